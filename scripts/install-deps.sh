@@ -1,0 +1,13 @@
+#!/usr/bin/env bash
+# Installs every package the build, the tests and the benchmarks need (Debian 12, as root).
+set -euo pipefail
+if [ "$(id -u)" -ne 0 ]; then
+  echo "install-deps.sh: run as root (apt-get)" >&2
+  exit 1
+fi
+export DEBIAN_FRONTEND=noninteractive
+apt-get update
+apt-get install -y --no-install-recommends \
+  build-essential cmake ninja-build pkg-config flex bison \
+  libicu-dev libinih-dev libgtest-dev libgmock-dev libbenchmark-dev \
+  binutils
