@@ -280,6 +280,23 @@ TEST_F(MessageFormat, UnusableCataloguesAreSkipped)
     EXPECT_EQ(format(open.get(), "it"), "#1001 (a, 1)");
     EXPECT_EQ(format(rootOnly.get(), "it"), u8"\ufffd\ufffd b");
     EXPECT_EQ(format(open.get(), "../../etc"), "Could not open a: error 1");
+
+    // The longest line that fits is read whole.
+    const std::string prefix = "1002 = ";
+    write("es.ini", "[messages]\r\n" + prefix + std::string(198 - prefix.size(), 'y') + "\r\n");
+    EXPECT_EQ(format(rootOnly.get(), "es"), "Root only: b");  // 199 bytes with the CR: refused
+    write("pt.ini", "[messages]\n" + prefix + std::string(198 - prefix.size(), 'y') + "\n");
+    EXPECT_EQ(format(rootOnly.get(), "pt"), std::string(198 - prefix.size(), 'y'));
+
+    // Binary garbage, embedded zero bytes included, never breaks formatting.
+    std::string garbage;
+    unsigned seed = 7;
+    for (int i = 0; i < 4096; ++i) {
+        seed = seed * 1103515245u + 12345u;
+        garbage += static_cast<char>(i % 97 == 0 ? '\n' : (seed >> 16) & 0xFF);
+    }
+    write("nl.ini", "[messages]\n" + garbage);
+    EXPECT_EQ(format(rootOnly.get(), "nl"), "Root only: b");
 }
 
 TEST_F(MessageFormat, LineFieldsFollowTheFlags)
