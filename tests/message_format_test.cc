@@ -291,6 +291,18 @@ TEST_F(MessageFormat, LineFieldsFollowTheFlags)
     EXPECT_EQ(query.localizers.count, 0u);
 }
 
+TEST_F(MessageFormat, TimesFollowTheZoneRuleOfTheirMoment)
+{
+    ZoneGuard zone("CET-1CEST,M3.5.0,M10.5.0/3");
+    TestRecord winter, summer, early;
+    winter.msg.timeMs = 1673784000000;  // 2023-01-15 12:00 UTC
+    summer.msg.timeMs = 1689422400000;  // 2023-07-15 12:00 UTC
+    early.msg.timeMs = -1;              // 1969-12-31 23:59:59.999 UTC
+    EXPECT_EQ(format(winter.get(), "de_DE", 0x001), "15.01.2023, 13:00:00");
+    EXPECT_EQ(format(summer.get(), "de_DE", 0x001), "15.07.2023, 14:00:00");
+    EXPECT_EQ(format(early.get(), "de_DE", 0x005), "01.01.1970, 00:59:59.999");
+}
+
 TEST_F(MessageFormat, CutsOnCharacterBoundaries)
 {
     TestRecord record;
