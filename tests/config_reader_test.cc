@@ -109,20 +109,4 @@ TEST(ConfigReader, MissingGlobalStoreIsReportedWithNoRecord)
     EXPECT_EQ(zelkLogReadAllCfg(0, 1024, nullptr, &array.count), ZELKLOG_RC_BAD_ARGUMENT);
 }
 
-TEST(ConfigReader, ValidityChecks)
-{
-    EXPECT_FALSE(isProdIdValid(0));
-    EXPECT_TRUE(isProdIdValid(999999999999999ull));
-    EXPECT_FALSE(isProdIdValid(1000000000000000ull));
-    EXPECT_FALSE(isOrigIdValid(0));
-    EXPECT_TRUE(isOrigIdValid(UINT64_MAX));
-    std::string longest(400, 'n');
-    EXPECT_TRUE(isLogSetValid(longest.c_str()));
-    EXPECT_FALSE(isLogSetValid((longest + "n").c_str()));
-    EXPECT_FALSE(isLogSetValid(""));
-    EXPECT_FALSE(isLogSetValid(nullptr));
-    EXPECT_FALSE(isLogSetValid("night\nly"));
-    EXPECT_TRUE(isLogSetValid("nightly run #2"));
-}
-
 }  // namespace
