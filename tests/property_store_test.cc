@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <dlfcn.h>
 #include <filesystem>
 #include <string>
 #include <sys/wait.h>
@@ -244,6 +245,24 @@ TEST(PropertyStore, SnapshotKeepsAnEnumerationConsistent)
     // A change through the handle refreshes its view, other writers' changes included.
     ASSERT_EQ(utiSetPropertyAsStr(&reader.handle, "JVMPath", "/j"), 0u);
     EXPECT_EQ(reader.sections(), (std::vector<std::string>{"7", "8", "9"}));
+}
+
+// The store's parser options (long lines, no continuations, no inline comments) must not
+// stay in force for other readers of INI text in the process (message catalogues).
+TEST(PropertyStore, LeavesInihDefaultsForOtherReaders)
+{
+    ConfigFixture config({{7, {"billing"}}});
+    Store store(config.globalStore(), "7");
+    ASSERT_EQ(store.code, 0u);
+    auto *multiline = static_cast<bool *>(::dlsym(RTLD_DEFAULT, "ini_allow_multiline"));
+    auto *inlineComments = static_cast<bool *>(::dlsym(RTLD_DEFAULT, "ini_allow_inline_comments"));
+    auto *useStack = static_cast<bool *>(::dlsym(RTLD_DEFAULT, "ini_use_stack"));
+    auto *maxLine = static_cast<int *>(::dlsym(RTLD_DEFAULT, "ini_max_line"));
+    ASSERT_TRUE(multiline != nullptr && inlineComments != nullptr && useStack != nullptr && maxLine != nullptr);
+    EXPECT_TRUE(*multiline);
+    EXPECT_TRUE(*inlineComments);
+    EXPECT_TRUE(*useStack);
+    EXPECT_EQ(*maxLine, 200);
 }
 
 }  // namespace
