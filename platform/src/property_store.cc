@@ -96,6 +96,12 @@ ZELKLOG_API uint32_t CreatePropertyString(const char *location, const char *prop
     if (propertyPath == nullptr)
         return UTI_PS_BAD_ARGUMENT;
     return guarded([&] {
+        // A store that already holds the section is opened without the writers' lock,
+        // so readers need no write access to the store's directory.
+        std::shared_ptr<const StoreData> existing;
+        if (zelk::store::loadShared(location, existing) == 0 &&
+            (*propertyPath == '\0' || existing->find(propertyPath) != nullptr))
+            return attach(handle, location, propertyPath, 0, std::move(existing));
         StoreData data;
         std::string path = propertyPath;
         uint32_t code = zelk::store::updateStore(
