@@ -11,7 +11,7 @@
 namespace {
 
 using zelk::test::ConfigFixture;
-using zelk::test::ProductSpec;
+using zelk::test::ProductEntry;
 
 std::vector<uint64_t> products(uint32_t *code, uint64_t capacity = 16)
 {

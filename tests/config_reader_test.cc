@@ -9,7 +9,7 @@
 namespace {
 
 using zelk::test::ConfigFixture;
-using zelk::test::ProductSpec;
+using zelk::test::ProductEntry;
 
 struct ConfigArray {
     ZelkLogProductCfg *records[ZELKLOG_MAX_PRODUCTS] = {};
@@ -22,7 +22,7 @@ struct ConfigArray {
     ~ConfigArray() { FreeConfigArray(records, count); }
 };
 
-std::vector<ProductSpec> twoProducts()
+std::vector<ProductEntry> twoProducts()
 {
     return {
         {7, {"billing", "Bill"}, "", {{112, {"main"}, 0, {}}, {5, {"worker", "batch"}, 9, {"jobs", "queue"}}}, "fmt7", ""},
