@@ -159,6 +159,10 @@ TEST(Catalogue, GarbledGlobalStoreGivesACode)
         uint32_t code = 0;
         EXPECT_TRUE(products(&code).empty());
         EXPECT_EQ(code, ZELKLOG_RC_STORE_UNAVAILABLE);
+        // The product's store path comes from the same garbled store.
+        EXPECT_TRUE(originators(7, &code).empty());
+        EXPECT_EQ(code, ZELKLOG_RC_STORE_UNAVAILABLE);
+        EXPECT_EQ(zelkLogAddNonOIDSetting(7, "x", "1"), ZELKLOG_RC_STORE_UNAVAILABLE);
         EXPECT_EQ(zelkLogGetIdFromName("billing", ZELKLOGREC_PRODID), -1);
     }
 }

@@ -18,6 +18,10 @@ ZELKLOG_API const char *GetZelkLogCfgLoc(void)
 }
 
 // The product's "ConfigPath" in the global store (an empty value is handed out as is).
+// The library hands a failure code of this call to its own callers unchanged, so the
+// answers are 0, UTI_PS_NO_MEMORY, or UTI_PS_NO_STORE for every global store that
+// cannot be used (missing, unreadable or garbled) and every product without a store;
+// a store's own codes such as UTI_PS_CORRUPT (9) would read there as other results.
 ZELKLOG_API uint32_t GetProductCfgPath(const char *globalLocation, uint64_t productId, char **path)
 {
     if (path == nullptr)
@@ -29,7 +33,7 @@ ZELKLOG_API uint32_t GetProductCfgPath(const char *globalLocation, uint64_t prod
         std::shared_ptr<const zelk::store::StoreData> data;
         uint32_t code = zelk::store::loadShared(globalLocation, data);
         if (code != 0)
-            return code;
+            return code == UTI_PS_NO_MEMORY ? code : UTI_PS_NO_STORE;
         const zelk::store::Section *product = data->find(std::to_string(productId));
         const std::string *storePath = product == nullptr ? nullptr : product->get(ZELKLOG_CFG_CONFIG_PATH);
         if (storePath == nullptr)
