@@ -6,6 +6,7 @@
 #include "zelkLogCore.h"
 #include "zelkLogPropertyStore.h"
 
+#include <memory>
 #include <new>
 #include <string>
 
@@ -23,8 +24,10 @@ ZELKLOG_API uint32_t zelkLogRemoveProductCfg(uint64_t productId)
         uint32_t code = GetProductCfgPath(GetZelkLogCfgLoc(), productId, &path);
         if (code != 0)
             return utipsres2zelklogres(code);
-        std::string storePath = path;
-        zelkLogFree(path);
+        // Owned before the copy, which may throw, so that the path is released either way.
+        std::unique_ptr<char, void (*)(void *)> owned(path, zelkLogFree);
+        std::string storePath = owned.get();
+        owned.reset();
         if (storePath.empty())
             return 0;
         code = zelk::store::deleteStore(storePath);
