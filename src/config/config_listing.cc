@@ -39,11 +39,35 @@ void readProductNames(const char *location, const char *section, char **slot)
     utiClosePropertyStore(&store);
 }
 
-uint32_t finalResult(uint32_t storeCode, bool full)
+// Appends the ids of the sections of a store, in store order, while the store code
+// (`code`, that of the open at first) is 0: `idOf` gives a section's id, 0 when it is not
+// listed, and `onListed` runs for each id stored.  The store is closed, also after a
+// failed open; an enumeration that ends with code 7 is a success.
+template <typename IdOf, typename OnListed>
+uint32_t listSections(UtiPropertyStore &store, uint32_t code, uint64_t *ids, uint64_t capacity, uint64_t *count,
+                      IdOf idOf, OnListed onListed)
 {
+    bool full = false;
+    char name[kSectionBuffer];
+    for (uint32_t index = 0; code == UTI_PS_OK; ++index) {
+        uint32_t length = kSectionBuffer;
+        code = utiEnumProductId(&store, index, name, &length);
+        if (code != UTI_PS_OK)
+            break;
+        uint64_t id = idOf(name);
+        if (id == 0)
+            continue;
+        if (*count == capacity) {
+            full = true;
+            break;
+        }
+        ids[(*count)++] = id;
+        onListed(name);
+    }
+    utiClosePropertyStore(&store);
     if (full)
         return ZELKLOG_RC_NO_MEMORY;
-    return storeCode == UTI_PS_OK || storeCode == UTI_PS_END ? ZELKLOG_RC_OK : utipsres2zelklogres(storeCode);
+    return code == UTI_PS_OK || code == UTI_PS_END ? ZELKLOG_RC_OK : utipsres2zelklogres(code);
 }
 
 uint32_t listProducts(uint64_t *ids, uint64_t capacity, uint64_t *count, char **names)
@@ -52,26 +76,10 @@ uint32_t listProducts(uint64_t *ids, uint64_t capacity, uint64_t *count, char **
     const char *location = GetZelkLogCfgLoc();
     UtiPropertyStore store{};
     uint32_t code = utiOpenPropertyStore(location, kTop, &store, 0);
-    bool full = false;
-    char name[kSectionBuffer];
-    for (uint32_t index = 0; code == UTI_PS_OK; ++index) {
-        uint32_t length = kSectionBuffer;
-        code = utiEnumProductId(&store, index, name, &length);
-        if (code != UTI_PS_OK)
-            break;
-        uint64_t id = leadingNumber(name);
-        if (id == 0)
-            continue;
-        if (*count == capacity) {
-            full = true;
-            break;
-        }
-        ids[(*count)++] = id;
+    return listSections(store, code, ids, capacity, count, leadingNumber, [&](const char *name) {
         if (names != nullptr)
             readProductNames(location, name, &names[*count - 1]);
-    }
-    utiClosePropertyStore(&store);
-    return finalResult(code, full);
+    });
 }
 
 }  // namespace
@@ -110,26 +118,13 @@ ZELKLOG_API uint32_t zelkLogGetAllOriginators(uint64_t productId, uint64_t *ids,
     UtiPropertyStore store{};
     code = utiOpenPropertyStore(path, kTop, &store, 0);
     zelkLogFree(path);
-    bool full = false;
-    char name[kSectionBuffer];
-    for (uint32_t index = 0; code == UTI_PS_OK; ++index) {
-        uint32_t length = kSectionBuffer;
-        code = utiEnumProductId(&store, index, name, &length);
-        if (code != UTI_PS_OK)
-            break;
+    auto originatorId = [&](const char *name) -> uint64_t {
         uint64_t id = leadingNumber(name);
         if (id == 0 && std::strcmp(name, kDefaultSection) == 0)
             id = kDefaultOriginator;
-        if (id == 0 || listed(ids, *count, id))
-            continue;
-        if (*count == capacity) {
-            full = true;
-            break;
-        }
-        ids[(*count)++] = id;
-    }
-    utiClosePropertyStore(&store);
-    return finalResult(code, full);
+        return listed(ids, *count, id) ? 0 : id;  // "Default" and "112" give one entry
+    };
+    return listSections(store, code, ids, capacity, count, originatorId, [](const char *) {});
 }
 
 }  // extern "C"
