@@ -10,6 +10,7 @@
 #include <dlfcn.h>
 #include <filesystem>
 #include <string>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -159,6 +160,9 @@ TEST(PropertyStore, DamagedFilesGiveACode)
     std::filesystem::create_directory(config.path("dir.conf"));
     Store directory(config.path("dir.conf"), "");
     EXPECT_EQ(directory.code, UTI_PS_CORRUPT);
+    ASSERT_EQ(::mkfifo(config.path("fifo.conf").c_str(), 0600), 0);
+    Store fifo(config.path("fifo.conf"), "");  // refused at once, no writer awaited
+    EXPECT_EQ(fifo.code, UTI_PS_CORRUPT);
     Store missing(config.path("missing.conf"), "");
     EXPECT_EQ(missing.code, UTI_PS_NO_STORE);
     Store missingSection(config.globalStore(), "nope");

@@ -84,7 +84,9 @@ private:
 
 uint32_t readStoreText(const std::string &location, std::string &text)
 {
-    Descriptor fd(::open(location.c_str(), O_RDONLY | O_CLOEXEC));
+    // O_NONBLOCK: a FIFO at the location must not hold the caller until a writer comes;
+    // it is refused below like anything else that is not a regular file.
+    Descriptor fd(::open(location.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (fd.get() < 0)
         return codeForErrno(errno);
     struct stat info;
