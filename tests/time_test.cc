@@ -168,7 +168,7 @@ TEST(DateFormat, BadArgumentsLeaveNothingToRelease)
     const struct {
         int32_t timeStyle, dateStyle;
         double time;
-    } failing[] = {{-2, 3, 1.0}, {2, 77, 1.0}, {4, 3, 1.0}, {2, 3, NAN}, {2, 3, INFINITY}};
+    } failing[] = {{-2, 3, 1.0}, {2, 77, 1.0}, {4, 3, 1.0}, {2, -3, 1.0}, {2, 3, NAN}, {2, 3, INFINITY}};
     for (const auto &c : failing) {
         void *formatter = &parsed;
         ZELKLOG_UCHAR *text = reinterpret_cast<ZELKLOG_UCHAR *>(&parsed);
