@@ -181,8 +181,10 @@ ZELKLOG_API uint32_t utiRemoveProperty(UtiPropertyStore *handle, const char *nam
 ZELKLOG_API uint32_t utiRemovePropertyRoot(UtiPropertyStore *handle, const char *sectionName)
 {
     OpenStore *store = openStore(handle);
-    if (store == nullptr || sectionName == nullptr || *sectionName == '\0')
+    if (store == nullptr || sectionName == nullptr)
         return UTI_PS_BAD_ARGUMENT;
+    if (*sectionName == '\0' && store->flag != UTI_PS_OPEN_PRODUCT_REMOVAL)
+        return UTI_PS_BAD_ARGUMENT;  // the top is no section
     return guarded([&] {
         return change(*store, [&](StoreData &data) {
             if (store->flag != UTI_PS_OPEN_PRODUCT_REMOVAL)

@@ -16,19 +16,33 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace zelk::test {
 
 struct OriginatorSpec {
-    uint64_t id = 0;                     // 112 is written as the section "Default"
+    OriginatorSpec(uint64_t id_ = 0, std::vector<std::string> names_ = {}, uint64_t fileId_ = 0,
+                   std::vector<std::string> fileNames_ = {})
+        : id(id_), names(std::move(names_)), fileId(fileId_), fileNames(std::move(fileNames_))
+    {
+    }
+    uint64_t id;                         // 112 is written as the section "Default"
     std::vector<std::string> names;      // "Names"
-    uint64_t fileId = 0;                 // "FileId" (0: not written)
+    uint64_t fileId;                     // "FileId" (0: not written)
     std::vector<std::string> fileNames;  // "FileNames"
 };
 
 struct ProductSpec {
-    uint64_t id = 0;
+    ProductSpec(uint64_t id_ = 0, std::vector<std::string> names_ = {}, std::string logDirectory_ = {},
+                std::vector<OriginatorSpec> originators_ = {}, std::string formatResource_ = {},
+                std::string storeName_ = {})
+        : id(id_), names(std::move(names_)), logDirectory(std::move(logDirectory_)),
+          originators(std::move(originators_)), formatResource(std::move(formatResource_)),
+          storeName(std::move(storeName_))
+    {
+    }
+    uint64_t id;
     std::vector<std::string> names;      // "Names"
     std::string logDirectory;            // "": <directory>/logs/<id>/, created
     std::vector<OriginatorSpec> originators;
