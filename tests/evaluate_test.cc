@@ -82,7 +82,11 @@ struct Records {
 
 class Evaluate : public ::testing::Test {
 protected:
-    void TearDown() override { removeContextHashTable(query_.contextTitles); }
+    void TearDown() override
+    {
+        removeContextHashTable(query_.contextTitles);
+        RemoveAllLocalizers(&query_.localizers);
+    }
     bool matches(QueryNode *root, ZelkLogMsg &record)
     {
         query_.root = root;

@@ -220,6 +220,7 @@ TEST_F(Fetch, TornLastRecordEndsTheFile)
     zelk::test::writeLogFile(path("a.log"), {spec(1, ZELKLOG_MSG_APP), spec(2, ZELKLOG_MSG_APP),
                                              spec(3, ZELKLOG_MSG_APP)}, 1000);
     ASSERT_EQ(truncate(path("a.log").c_str(), zelk::test::fileSize(path("a.log")) - 5), 0);
+    zelk::test::setModificationTime(path("a.log"), 1000);
     zelk::test::writeLogFile(path("b.log"), {spec(4, ZELKLOG_MSG_APP)}, 2000);
     create("PID = 1234");
     EXPECT_EQ(fetchAll(), (std::vector<uint64_t>{1, 2, 4}));

@@ -120,8 +120,9 @@ TEST_F(SortedFetch, RecordNotReleasedIsHandedOutAgain)
     EXPECT_EQ(last_, first) << "the record stays in its file's slot";
     EXPECT_STREQ(last_->fileHeaderText, "host-0");
     zelkLogFreeMsg(last_);
-    EXPECT_EQ(fetch(), (Step{0, 2}));
+    EXPECT_EQ(fetch(true), (Step{0, 2}));
     EXPECT_STREQ(last_->fileHeaderText, "host-1");
+    zelkLogFreeMsg(last_);
 }
 
 TEST_F(SortedFetch, UnopenableLaterFileIsReportedEveryPass)

@@ -74,6 +74,11 @@ void writeLogFile(const std::string &path, const std::vector<RecordSpec> &record
         EXPECT_EQ(zelkLogWriterAppendMsg(writer, &record), 0u) << path;
     }
     EXPECT_EQ(zelkLogWriterClose(writer), 0u);
+    setModificationTime(path, mtime);
+}
+
+void setModificationTime(const std::string &path, time_t mtime)
+{
     struct timespec times[2] = {{mtime, 0}, {mtime, 0}};
     EXPECT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0) << path;
 }

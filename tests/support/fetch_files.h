@@ -54,6 +54,9 @@ void appendRecords(const std::string &path, const std::vector<RecordSpec> &recor
 // The serialized text of a record in a format.
 std::string serialize(const RecordSpec &spec, uint64_t format = ZELKLOG_FORMAT_10006);
 
+// Sets a file's modification time (seconds), which orders the file lists.
+void setModificationTime(const std::string &path, time_t mtime);
+
 // Size of a file in bytes (-1 when it cannot be read).
 long fileSize(const std::string &path);
 
