@@ -19,6 +19,15 @@ char *textOrNull(const std::string &text)
     return text.empty() ? nullptr : const_cast<char *>(text.c_str());
 }
 
+void append(ZelkLogWriter *writer, const std::vector<RecordSpec> &records)
+{
+    for (const RecordSpec &spec : records) {
+        ZelkLogMsg record = makeRecord(spec);
+        EXPECT_EQ(zelkLogWriterAppendMsg(writer, &record), 0u) << "record " << spec.tid;
+    }
+    EXPECT_EQ(zelkLogWriterClose(writer), 0u);
+}
+
 }  // namespace
 
 ZelkLogMsg makeRecord(const RecordSpec &spec)
@@ -34,23 +43,13 @@ ZelkLogMsg makeRecord(const RecordSpec &spec)
     record.fileId = spec.fileId;
     record.args.msgId = spec.msgId;
     record.contextToken = textOrNull(spec.contextToken);
-    switch (spec.kind) {
-    case ZELKLOG_MSG_DEBUG:
-    case ZELKLOG_MSG_DIAG:
-        record.kindData.first.level = spec.level;
-        record.kindData.second.who = textOrNull(spec.who);
-        break;
-    case ZELKLOG_MSG_APP:
-        record.kindData.first.severity = spec.severity;
-        record.kindData.second.who = textOrNull(spec.who);
-        break;
-    case ZELKLOG_MSG_CTX:
+    if (spec.kind == ZELKLOG_MSG_CTX) {
         record.kindData.first.contextText = textOrNull(spec.contextText);
-        break;
-    default:
+    } else if (spec.kind == ZELKLOG_MSG_AUDIT) {
         record.kindData.second.subject = textOrNull(spec.subject);
-        record.kindData.returnValue = spec.returnValue;
-        break;
+    } else {
+        record.kindData.first.severity = spec.kind == ZELKLOG_MSG_APP ? spec.severity : 0;
+        record.kindData.second.who = textOrNull(spec.who);
     }
     return record;
 }
@@ -69,18 +68,15 @@ void writeLogFile(const std::string &path, const std::vector<RecordSpec> &record
 {
     ZelkLogWriter *writer = nullptr;
     ASSERT_EQ(zelkLogWriterCreate(path.c_str(), format, headerText.c_str(), 0644, &writer), 0u) << path;
-    for (const RecordSpec &spec : records) {
-        ZelkLogMsg record = makeRecord(spec);
-        EXPECT_EQ(zelkLogWriterAppendMsg(writer, &record), 0u) << path;
-    }
-    EXPECT_EQ(zelkLogWriterClose(writer), 0u);
+    append(writer, records);
     setModificationTime(path, mtime);
 }
 
-void setModificationTime(const std::string &path, time_t mtime)
+void appendRecords(const std::string &path, const std::vector<RecordSpec> &records)
 {
-    struct timespec times[2] = {{mtime, 0}, {mtime, 0}};
-    EXPECT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0) << path;
+    ZelkLogWriter *writer = nullptr;
+    ASSERT_EQ(zelkLogWriterOpen(path.c_str(), &writer), 0u) << path;
+    append(writer, records);
 }
 
 void appendRawRecord(const std::string &path, const std::string &text)
@@ -88,18 +84,13 @@ void appendRawRecord(const std::string &path, const std::string &text)
     ZelkLogWriter *writer = nullptr;
     ASSERT_EQ(zelkLogWriterOpen(path.c_str(), &writer), 0u) << path;
     EXPECT_EQ(zelkLogWriterAppend(writer, text.data(), text.size()), 0u);
-    EXPECT_EQ(zelkLogWriterClose(writer), 0u);
+    append(writer, {});
 }
 
-void appendRecords(const std::string &path, const std::vector<RecordSpec> &records)
+void setModificationTime(const std::string &path, time_t mtime)
 {
-    ZelkLogWriter *writer = nullptr;
-    ASSERT_EQ(zelkLogWriterOpen(path.c_str(), &writer), 0u) << path;
-    for (const RecordSpec &spec : records) {
-        ZelkLogMsg record = makeRecord(spec);
-        EXPECT_EQ(zelkLogWriterAppendMsg(writer, &record), 0u) << path;
-    }
-    EXPECT_EQ(zelkLogWriterClose(writer), 0u);
+    struct timespec times[2] = {{mtime, 0}, {mtime, 0}};
+    EXPECT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0) << path;
 }
 
 long fileSize(const std::string &path)
@@ -110,15 +101,12 @@ long fileSize(const std::string &path)
 
 int openDescriptors()
 {
-    DIR *directory = opendir("/proc/self/fd");
-    if (directory == nullptr)
-        return -1;
     int count = 0;
-    while (struct dirent *entry = readdir(directory)) {
-        if (entry->d_name[0] != '.')
-            ++count;
+    if (DIR *directory = opendir("/proc/self/fd")) {
+        while (struct dirent *entry = readdir(directory))
+            count += entry->d_name[0] != '.' ? 1 : 0;
+        closedir(directory);
     }
-    closedir(directory);
     return count - 1;  // the directory's own descriptor
 }
 
