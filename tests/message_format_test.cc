@@ -1,10 +1,10 @@
 // Message formatting in the logging core: catalogues and their locale fallback, the
 // formatted line and its flag bits, cutting to a length, context titles.
 #include "zelkLogCore.h"
+#include "zone_guard.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -22,7 +22,6 @@ public:
     TestRecord()
     {
         std::memset(&msg, 0, sizeof msg);
-        msg.format = ZELKLOG_FORMAT_10006;
         msg.kind = ZELKLOG_MSG_APP;
         msg.kindData.first.severity = ZELKLOG_SEV_ERR;
         msg.productId = 42;
@@ -32,65 +31,34 @@ public:
         msg.pid = 100;
         msg.tid = 7;
     }
-    TestRecord &id(uint64_t messageId)
-    {
-        msg.args.msgId = messageId;
-        return *this;
-    }
-    TestRecord &text(const char *value)
-    {
-        ZelkLogMsgArg &arg = add(ZELKLOG_ARG_STRING);
-        arg.value.string = keep(value);
-        return *this;
-    }
+    TestRecord &id(uint64_t messageId) { return msg.args.msgId = messageId, *this; }
+    TestRecord &text(const char *value) { return add(ZELKLOG_ARG_STRING).value.string = keep(value), *this; }
+    TestRecord &integer(int64_t value) { return add(ZELKLOG_ARG_INT).value.sizedInt.value = value, *this; }
+    TestRecord &unsigned64(uint64_t value) { return add(ZELKLOG_ARG_UINT64).value.uint64 = value, *this; }
+    TestRecord &real(double value) { return add(ZELKLOG_ARG_DOUBLE).value.real = value, *this; }
+    TestRecord &letter(wchar_t value) { return add(ZELKLOG_ARG_WCHAR).value.wideChar = value, *this; }
     TestRecord &wide(const wchar_t *value)
     {
         wide_.push_back(std::make_unique<std::wstring>(value));
-        add(ZELKLOG_ARG_WSTRING).value.wideString = wide_.back()->data();
-        return *this;
+        return add(ZELKLOG_ARG_WSTRING).value.wideString = wide_.back()->data(), *this;
     }
-    TestRecord &integer(int64_t value)
+    TestRecord &nested(TestRecord &inner)  // `inner` must outlive this record
     {
-        ZelkLogMsgArg &arg = add(ZELKLOG_ARG_INT);
-        arg.value.sizedInt.size = 8;
-        arg.value.sizedInt.value = value;
-        return *this;
+        return add(ZELKLOG_ARG_LIST).value.list = &inner.get()->args, *this;
     }
-    TestRecord &unsigned64(uint64_t value)
-    {
-        add(ZELKLOG_ARG_UINT64).value.uint64 = value;
-        return *this;
-    }
-    TestRecord &real(double value)
-    {
-        add(ZELKLOG_ARG_DOUBLE).value.real = value;
-        return *this;
-    }
-    TestRecord &letter(wchar_t value)
-    {
-        add(ZELKLOG_ARG_WCHAR).value.wideChar = value;
-        return *this;
-    }
-    // A nested list built by another TestRecord (which must outlive this one).
-    TestRecord &nested(TestRecord &inner)
-    {
-        inner.seal();
-        add(ZELKLOG_ARG_LIST).value.list = &inner.msg.args;
-        return *this;
-    }
-    TestRecord &token(const char *value)
-    {
-        msg.contextToken = keep(value);
-        return *this;
-    }
+    TestRecord &token(const char *value) { return msg.contextToken = keep(value), *this; }
     char *keep(const char *value)
     {
         strings_.push_back(std::make_unique<std::string>(value));
         return strings_.back()->data();
     }
-    const ZelkLogMsg *get()
+    ZelkLogMsg *get()
     {
-        seal();
+        pointers_.clear();
+        for (auto &arg : args_)
+            pointers_.push_back(arg.get());
+        pointers_.push_back(nullptr);
+        msg.args.args = args_.empty() ? nullptr : pointers_.data();
         return &msg;
     }
     ZelkLogMsg msg;
@@ -103,42 +71,10 @@ private:
         args_.back()->type = type;
         return *args_.back();
     }
-    void seal()
-    {
-        pointers_.clear();
-        for (auto &arg : args_)
-            pointers_.push_back(arg.get());
-        pointers_.push_back(nullptr);
-        msg.args.args = args_.empty() ? nullptr : pointers_.data();
-        msg.args.listInfo = args_.size();
-    }
     std::vector<std::unique_ptr<ZelkLogMsgArg>> args_;
     std::vector<ZelkLogMsgArg *> pointers_;
     std::vector<std::unique_ptr<std::string>> strings_;
     std::vector<std::unique_ptr<std::wstring>> wide_;
-};
-
-class ZoneGuard {
-public:
-    explicit ZoneGuard(const char *zone)
-    {
-        const char *old = std::getenv("TZ");
-        if (old != nullptr)
-            saved_ = std::make_unique<std::string>(old);
-        setenv("TZ", zone, 1);
-        tzset();
-    }
-    ~ZoneGuard()
-    {
-        if (saved_)
-            setenv("TZ", saved_->c_str(), 1);
-        else
-            unsetenv("TZ");
-        tzset();
-    }
-
-private:
-    std::unique_ptr<std::string> saved_;
 };
 
 class MessageFormat : public ::testing::Test {
@@ -269,7 +205,7 @@ TEST_F(MessageFormat, UnknownIdentifiersShowIdAndArguments)
 
 TEST_F(MessageFormat, UnusableCataloguesAreSkipped)
 {
-    write("fr.ini", "[messages]\n1001 = " + std::string(300, 'x') + "\n");  // line too long
+    write("fr.ini", "[messages]\n1001 = " + std::string(70000, 'x') + "\n");  // line too long
     write("it.ini", "[messages]\n1001 = Broken {0\n1002 = \xff\xfe {0}\nnot a line\n");
     TestRecord open;
     open.id(1001).text("a").integer(1);
@@ -280,6 +216,23 @@ TEST_F(MessageFormat, UnusableCataloguesAreSkipped)
     EXPECT_EQ(format(open.get(), "it"), "#1001 (a, 1)");
     EXPECT_EQ(format(rootOnly.get(), "it"), u8"\ufffd\ufffd b");
     EXPECT_EQ(format(open.get(), "../../etc"), "Could not open a: error 1");
+
+    // The longest line that fits is read whole.
+    const std::string prefix = "1002 = ";
+    write("es.ini", "[messages]\r\n" + prefix + std::string(65534 - prefix.size(), 'y') + "\r\n");
+    EXPECT_EQ(format(rootOnly.get(), "es"), "Root only: b");  // 65535 bytes with the CR: refused
+    write("pt.ini", "[messages]\n" + prefix + std::string(65534 - prefix.size(), 'y') + "\n");
+    EXPECT_EQ(format(rootOnly.get(), "pt"), std::string(65534 - prefix.size(), 'y'));
+
+    // Binary garbage, embedded zero bytes included, never breaks formatting.
+    std::string garbage;
+    unsigned seed = 7;
+    for (int i = 0; i < 4096; ++i) {
+        seed = seed * 1103515245u + 12345u;
+        garbage += static_cast<char>(i % 97 == 0 ? '\n' : (seed >> 16) & 0xFF);
+    }
+    write("nl.ini", "[messages]\n" + garbage);
+    EXPECT_EQ(format(rootOnly.get(), "nl"), "Root only: b");
 }
 
 TEST_F(MessageFormat, LineFieldsFollowTheFlags)
@@ -338,32 +291,16 @@ TEST_F(MessageFormat, LineFieldsFollowTheFlags)
     EXPECT_EQ(query.localizers.count, 0u);
 }
 
-TEST_F(MessageFormat, KindsAndDetails)
+TEST_F(MessageFormat, TimesFollowTheZoneRuleOfTheirMoment)
 {
-    struct Case {
-        uint32_t kind;
-        uint32_t severity;
-        const char *expected;
-    } cases[] = {
-        {ZELKLOG_MSG_DEBUG, 0, "DEBUG | level 3 who -"},
-        {ZELKLOG_MSG_DIAG, 0, "DIAG | level 3 who -"},
-        {ZELKLOG_MSG_APP, ZELKLOG_SEV_INFO, "INFO | who -"},
-        {ZELKLOG_MSG_APP, ZELKLOG_SEV_EMERG, "EMERG | who -"},
-        {ZELKLOG_MSG_APP, 9, "SEV9 | who -"},
-        {ZELKLOG_MSG_CTX, 0, "CONTEXT | -"},
-        {ZELKLOG_MSG_AUDIT, 0, "AUDIT | subject - return -2"},
-        {17, 0, "KIND17 | -"},
-    };
-    for (const Case &c : cases) {
-        TestRecord record;
-        record.msg.kind = c.kind;
-        if (c.kind == ZELKLOG_MSG_APP)
-            record.msg.kindData.first.severity = c.severity;
-        else if (c.kind <= ZELKLOG_MSG_DIAG)
-            record.msg.kindData.first.level = 3;
-        record.msg.kindData.returnValue = c.kind == ZELKLOG_MSG_AUDIT ? -2 : 0;
-        EXPECT_EQ(format(record.get(), "en", 0x00A), c.expected) << c.kind;
-    }
+    ZoneGuard zone("CET-1CEST,M3.5.0,M10.5.0/3");
+    TestRecord winter, summer, early;
+    winter.msg.timeMs = 1673784000000;  // 2023-01-15 12:00 UTC
+    summer.msg.timeMs = 1689422400000;  // 2023-07-15 12:00 UTC
+    early.msg.timeMs = -1;              // 1969-12-31 23:59:59.999 UTC
+    EXPECT_EQ(format(winter.get(), "de_DE", 0x001), "15.01.2023, 13:00:00");
+    EXPECT_EQ(format(summer.get(), "de_DE", 0x001), "15.07.2023, 14:00:00");
+    EXPECT_EQ(format(early.get(), "de_DE", 0x005), "01.01.1970, 00:59:59.999");
 }
 
 TEST_F(MessageFormat, CutsOnCharacterBoundaries)
@@ -417,51 +354,32 @@ TEST_F(MessageFormat, RefusesMissingArguments)
     RemoveAllLocalizers(nullptr);
 }
 
-TEST(ContextTitles, SearchByTokenAlone)
+TEST(ContextTitles, SearchByTokenAloneInItsBucket)
 {
     ContextTitleEntry *titles[ZELKLOG_CONTEXT_BUCKETS] = {};
-    char tokens[3][8] = {"a", "b", "c"};
-    char names[3][8] = {"A", "B", "C"};
+    char tokens[3][4] = {"a", "b", "c"}, title[] = "T";
     ContextTitleEntry entries[3];
     for (int i = 0; i < 3; ++i) {
         uint32_t bucket = HashString(tokens[i], ZELKLOG_CONTEXT_BUCKETS);
-        entries[i] = {titles[bucket], uint64_t(i + 1), 112, tokens[i], names[i]};
+        ASSERT_LT(bucket, uint32_t{ZELKLOG_CONTEXT_BUCKETS});
+        entries[i] = {titles[bucket], uint64_t(i + 1), 112, tokens[i], title};
         titles[bucket] = &entries[i];
     }
-    ZelkLogMsg other;
-    std::memset(&other, 0, sizeof other);
-    other.productId = 99;  // another product finds the same context
+    TestRecord other;
+    other.msg.productId = 99;  // another product shares the contexts
     for (int i = 0; i < 3; ++i)
-        EXPECT_EQ(SearchContextTitleInList(&other, nullptr, tokens[i], titles), &entries[i]);
-    EXPECT_EQ(SearchContextTitleInList(&other, nullptr, "d", titles), nullptr);
-    EXPECT_EQ(SearchContextTitleInList(&other, nullptr, nullptr, titles), nullptr);
-    EXPECT_EQ(SearchContextTitleInList(&other, nullptr, "a", nullptr), nullptr);
-
-    const char *token = "x";
-    zelkLogGetMsgContextAttrToken(&other, &token);
-    EXPECT_EQ(token, nullptr);
-    other.contextToken = tokens[1];
-    zelkLogGetMsgContextAttrToken(&other, &token);
-    EXPECT_EQ(token, tokens[1]);
-    zelkLogGetMsgContextAttrToken(nullptr, &token);
-    EXPECT_EQ(token, nullptr);
-}
-
-TEST(ContextTitles, HashStaysInRangeAndSpreads)
-{
+        EXPECT_EQ(SearchContextTitleInList(other.get(), nullptr, tokens[i], titles), &entries[i]);
+    EXPECT_EQ(SearchContextTitleInList(other.get(), nullptr, "d", titles), nullptr);
+    EXPECT_EQ(SearchContextTitleInList(other.get(), nullptr, nullptr, titles), nullptr);
+    EXPECT_EQ(SearchContextTitleInList(other.get(), nullptr, "a", nullptr), nullptr);
     EXPECT_EQ(HashString(nullptr, 200), 0u);
     EXPECT_EQ(HashString("abc", 0), 0u);
-    EXPECT_EQ(HashString("abc", 1), 0u);
-    std::vector<int> used(200, 0);
-    for (int i = 0; i < 2000; ++i) {
-        std::string token = "ctx-" + std::to_string(i);
-        uint32_t bucket = HashString(token.c_str(), 200);
-        ASSERT_LT(bucket, 200u);
-        ASSERT_EQ(bucket, HashString(token.c_str(), 200));
-        ++used[bucket];
-    }
-    for (int count : used)
-        EXPECT_LT(count, 40);  // 10 expected per bucket; no bucket collects a crowd
+
+    const char *token = "x";
+    zelkLogGetMsgContextAttrToken(other.token("b").get(), &token);
+    EXPECT_STREQ(token, "b");
+    zelkLogGetMsgContextAttrToken(nullptr, &token);
+    EXPECT_EQ(token, nullptr);
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include <cstring>
 #include <new>
+#include <string_view>
 
 namespace zelk::core {
 
@@ -14,17 +15,17 @@ namespace {
 constexpr const char *kRootLocale = "root";
 
 // ICU base name of a locale id ("de-AT@currency=EUR" -> "de_AT"); "root" for the root.
-std::string baseLocale(const char *locale)
+// The name is written into `buffer` (no allocation: this runs for every record).
+std::string_view baseLocale(const char *locale, char (&buffer)[ULOC_FULLNAME_CAPACITY])
 {
     if (locale == nullptr)
         locale = uloc_getDefault();
-    char canonical[ULOC_FULLNAME_CAPACITY];
     UErrorCode status = U_ZERO_ERROR;
-    int32_t length = uloc_getBaseName(locale, canonical, sizeof canonical, &status);
+    int32_t length = uloc_getBaseName(locale, buffer, ULOC_FULLNAME_CAPACITY, &status);
     if (U_FAILURE(status) || status == U_STRING_NOT_TERMINATED_WARNING || length <= 0 ||
-        std::strcmp(canonical, kRootLocale) == 0)
+        std::strcmp(buffer, kRootLocale) == 0)
         return kRootLocale;
-    return std::string(canonical, static_cast<size_t>(length));
+    return std::string_view(buffer, static_cast<size_t>(length));
 }
 
 // Only plain locale names become file names: letters, digits and "_".
@@ -52,7 +53,7 @@ std::string parentLocale(const std::string &locale)
     return std::string(parent, static_cast<size_t>(length));
 }
 
-Localizer *findOrAdd(ZelkLogLocalizerList &list, const std::string &directory, const std::string &locale)
+Localizer *findOrAdd(ZelkLogLocalizerList &list, std::string_view directory, std::string_view locale)
 {
     for (auto *entry = static_cast<Localizer *>(list.first); entry != nullptr; entry = entry->next) {
         if (entry->locale == locale && entry->directory == directory)
@@ -61,9 +62,9 @@ Localizer *findOrAdd(ZelkLogLocalizerList &list, const std::string &directory, c
     auto entry = std::make_unique<Localizer>();
     entry->directory = directory;
     entry->locale = locale;
-    if (!directory.empty() && safeFileName(locale)) {
+    if (!directory.empty() && safeFileName(entry->locale)) {
         auto catalogue = std::make_unique<MessageCatalogue>();
-        if (catalogue->load(directory + "/" + locale + ".ini"))
+        if (catalogue->load(entry->directory + "/" + entry->locale + ".ini"))
             entry->catalogue = std::move(catalogue);
     }
     entry->next = static_cast<Localizer *>(list.first);
@@ -94,7 +95,9 @@ Localizer::~Localizer()
 
 Localizer *localizerFor(ZelkLogLocalizerList &list, const char *directory, const char *locale)
 {
-    return findOrAdd(list, directory == nullptr ? std::string() : std::string(directory), baseLocale(locale));
+    char buffer[ULOC_FULLNAME_CAPACITY];
+    return findOrAdd(list, directory == nullptr ? std::string_view() : std::string_view(directory),
+                     baseLocale(locale, buffer));
 }
 
 icu::MessageFormat *messageFormatFor(ZelkLogLocalizerList &list, Localizer &localizer, uint64_t productId,

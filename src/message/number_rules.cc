@@ -51,10 +51,13 @@ bool readSigned64(const char *begin, const char *end, int64_t *value)
         *value = 0;
         return true;
     }
-    if (startsWithNonZeroDigit(begin, end)) {
+    bool negative = begin != end && *begin == '-' && startsWithNonZeroDigit(begin + 1, end);
+    if (negative || startsWithNonZeroDigit(begin, end)) {
         int64_t parsed = 0;
         auto result = std::from_chars(begin, end, parsed);
-        *value = result.ec == std::errc::result_out_of_range ? std::numeric_limits<int64_t>::max() : parsed;
+        if (result.ec == std::errc::result_out_of_range)
+            parsed = negative ? std::numeric_limits<int64_t>::min() : std::numeric_limits<int64_t>::max();
+        *value = parsed;
     } else {
         *value = std::strtoll(begin, nullptr, 10);
     }
