@@ -122,63 +122,46 @@ TEST(GetLogFiles, NoFilesIsAnEmptyListAndBadArgumentsAreRefused)
     EXPECT_EQ(GetLogFiles(nullptr, 0, nullptr), ZELKLOG_RC_BAD_ARGUMENT);
 }
 
-TEST(LogSetFileName, ReadsWhatTheHelperBuilds)
+TEST(LogSetFileName, PatternIsReadBackAndOtherNamesRejected)
 {
     const std::string longest(135, 'n');
     struct Case {
-        uint64_t id;
+        std::string fileName;
+        uint64_t id;  // 0: the name carries no logset
         std::string name;
-        const char *suffix;
     };
-    const Case cases[] = {{0x1f, "nightly", ".log"}, {~0ull, "a_b-c", nullptr}, {1, longest, ".7.log"}};
+    const Case cases[] = {
+        {"ls-000000000000001f-nightly.log", 0x1f, "nightly"},
+        {"ls-00000000000000AB-Up", 0xab, "Up"},
+        {"ls-ffffffffffffffff-a_b-c.7.log", ~0ull, "a_b-c"},
+        {"ls-0000000000000001-" + longest, 1, longest},
+        {"ls-0000000000000001-" + longest + "n", 0, ""},  // name too long
+        {"app.log", 0, ""},
+        {"ls-000000000000001-short", 0, ""},   // 15 digits
+        {"ls-000000000000001g-bad", 0, ""},    // not hexadecimal
+        {"ls-0000000000000000-zero", 0, ""},   // identifier 0
+        {"ls-0000000000000001-.log", 0, ""},   // empty name
+        {"ls-0000000000000001_name", 0, ""},
+        {"LS-0000000000000001-name", 0, ""},
+        {"ls-0000000000000001-dir/name", 0, ""},
+    };
     for (const Case &c : cases) {
-        char fileName[256];
-        ASSERT_EQ(zelkLogMakeLogSetFileName(c.id, c.name.c_str(), c.suffix, fileName, sizeof fileName), 0u);
-        uint64_t id = 0;
-        char name[136];
-        char scratch[17];
-        ASSERT_EQ(getSLidfromfilename(fileName, &id, name, scratch), 1) << fileName;
-        EXPECT_EQ(id, c.id);
-        EXPECT_EQ(name, c.name);
-    }
-    char fileName[256];
-    EXPECT_STREQ((zelkLogMakeLogSetFileName(0x1f, "nightly", ".log", fileName, sizeof fileName), fileName),
-                 "ls-000000000000001f-nightly.log");
-}
-
-TEST(LogSetFileName, RejectsOtherNames)
-{
-    const std::string tooLong = "ls-0000000000000001-" + std::string(136, 'n');
-    const char *rejected[] = {
-        "app.log",                          // no logset
-        "ls-000000000000001-short",         // 15 digits
-        "ls-000000000000001g-bad",          // not hexadecimal
-        "ls-0000000000000000-zero",         // identifier 0
-        "ls-0000000000000001-",             // empty name
-        "ls-0000000000000001-.log",         // empty name before the suffix
-        "ls-0000000000000001_name",         // wrong separator
-        "LS-0000000000000001-name",         // prefix is lower case
-        tooLong.c_str(),                    // name longer than 135
-        "ls-0000000000000001-dir/name",     // a path
-    };
-    for (const char *fileName : rejected) {
         uint64_t id = 7;
         char name[136] = "x";
         char scratch[17];
-        EXPECT_EQ(getSLidfromfilename(fileName, &id, name, scratch), 0) << fileName;
-        EXPECT_EQ(id, 0u);
-        EXPECT_STREQ(name, "");
+        EXPECT_EQ(getSLidfromfilename(c.fileName.c_str(), &id, name, scratch), c.id != 0 ? 1 : 0) << c.fileName;
+        EXPECT_EQ(id, c.id) << c.fileName;
+        EXPECT_EQ(name, c.name) << c.fileName;
     }
-    uint64_t id = 0;
-    char name[136];
-    char scratch[17];
-    EXPECT_EQ(getSLidfromfilename("ls-00000000000000AB-Up", &id, name, scratch), 1);
-    EXPECT_EQ(id, 0xabu);
-    EXPECT_EQ(getSLidfromfilename(nullptr, &id, name, scratch), 0);
 
-    char out[64];
+    char out[256];
+    EXPECT_EQ(zelkLogMakeLogSetFileName(0x1f, "nightly", ".log", out, sizeof out), 0u);
+    EXPECT_STREQ(out, "ls-000000000000001f-nightly.log");
+    EXPECT_EQ(zelkLogMakeLogSetFileName(1, longest.c_str(), nullptr, out, sizeof out), 0u);
+    EXPECT_EQ(out, cases[3].fileName);
     EXPECT_EQ(zelkLogMakeLogSetFileName(0, "n", "", out, sizeof out), ZELKLOG_RC_BAD_ARGUMENT);
     EXPECT_EQ(zelkLogMakeLogSetFileName(1, "a.b", "", out, sizeof out), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(zelkLogMakeLogSetFileName(1, (longest + "n").c_str(), "", out, sizeof out), ZELKLOG_RC_BAD_ARGUMENT);
     EXPECT_EQ(zelkLogMakeLogSetFileName(1, "n", "log", out, sizeof out), ZELKLOG_RC_BAD_ARGUMENT);
     EXPECT_EQ(zelkLogMakeLogSetFileName(1, "n", ".log", out, 10), ZELKLOG_RC_BAD_ARGUMENT);
     EXPECT_STREQ(out, "");
