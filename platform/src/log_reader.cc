@@ -118,7 +118,7 @@ Reader::Frame Reader::frameAt(size_t index) const
         return Frame::Broken;
     if (have < kFrameHeader + length)
         return Frame::Incomplete;
-    return load32(p + 4) == frameChecksum(p + 2, p + kFrameHeader, length) ? Frame::Good : Frame::Broken;
+    return load32(p + 4) == frameChecksum(p + kFrameHeader, length) ? Frame::Good : Frame::Broken;
 }
 
 // True when a whole, valid frame starts somewhere in [from, end): the bytes before it
