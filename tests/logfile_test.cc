@@ -154,7 +154,8 @@ TEST(LogFile, HeaderReportsActiveWritersUntilTheLastCloses)
     second.reset();
     EXPECT_EQ(headerCode(path, &header), 0u);
 
-    // A writer that dies without closing leaves its mark; the next writer repairs it.
+    // A writer that dies without closing leaves its count behind: readers see that no
+    // writer is alive, and the next writer repairs the count.
     pid_t child = fork();
     if (child == 0) {
         ZelkLogWriter *writer = nullptr;
@@ -163,9 +164,15 @@ TEST(LogFile, HeaderReportsActiveWritersUntilTheLastCloses)
     int status = 0;
     ASSERT_EQ(waitpid(child, &status, 0), child);
     ASSERT_EQ(WEXITSTATUS(status), 0);
-    EXPECT_EQ(headerCode(path, &header), ZELKLOG_RC_HEADER_NOTICE);
-    LogFile(path).close();
+    auto writerCount = [&] { return uint8_t(readBytes(path)[16]); };
+    EXPECT_EQ(writerCount(), 1u);
     EXPECT_EQ(headerCode(path, &header), 0u);
+    {
+        LogFile again(path);
+        EXPECT_EQ(writerCount(), 1u);
+        EXPECT_EQ(headerCode(path, &header), ZELKLOG_RC_HEADER_NOTICE);
+    }
+    EXPECT_EQ(writerCount(), 0u);
 }
 
 TEST(LogFile, HeaderReaderIsHarmlessOnBadInput)

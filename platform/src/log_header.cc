@@ -1,6 +1,7 @@
 // The log-file header: building, checking and reading it, and ReadHeader.
 #include "log_format.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 #include <xxhash.h>
 
@@ -14,6 +15,18 @@ uint32_t headerChecksum(const unsigned char *bytes)
     // The writer count changes in place while the file lives; it stays outside the sum.
     XXH64_hash_t head = XXH3_64bits(bytes, kOffWriters);
     return uint32_t(XXH3_64bits_withSeed(bytes + kOffTextLength, kOffChecksum - kOffTextLength, head));
+}
+
+// Every open writer holds a shared presence lock on the header's first byte.  False only
+// when the system says for sure that no one holds it.
+bool writerPresent(int fd)
+{
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    lock.l_start = 0;
+    lock.l_len = 1;
+    return fcntl(fd, F_OFD_GETLK, &lock) != 0 || lock.l_type != F_UNLCK;
 }
 
 }  // namespace
@@ -84,6 +97,8 @@ uint32_t readHeaderFromFd(int fd, ZelkLogFileHeader *header)
     }
     if (!decodeHeader(bytes, got, header, nullptr))
         return ZELKLOG_RC_NOT_A_LOG_FILE;
+    if ((header->flags & ZELKLOG_HEADER_WRITER_ACTIVE) != 0 && !writerPresent(fd))
+        header->flags &= ~ZELKLOG_HEADER_WRITER_ACTIVE;  // left behind by a writer that died
     return (header->flags & ZELKLOG_HEADER_WRITER_ACTIVE) != 0 ? ZELKLOG_RC_HEADER_NOTICE : ZELKLOG_RC_OK;
 }
 
