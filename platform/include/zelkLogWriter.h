@@ -6,6 +6,8 @@
  * byte layout.  Any number of writers, in any number of processes, may append to the
  * same file: every append is one whole record, taken under an exclusive lock of the
  * file, so records never interleave.  Readers take no lock and see whole records only.
+ * One writer may also be shared by threads: each append is a single write of the whole
+ * record on a descriptor in append mode.
  *
  * All functions return a result code (0 on success) and never throw.  C-callable.
  */
