@@ -1,0 +1,234 @@
+// Dates and times: zone names, formatting and parsing in several locales, the last-days range.
+#include "zelkLogRead.h"
+#include "zone_guard.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <string>
+
+namespace {
+
+// Formats with zelkLogstrftime; empty text on failure.
+std::u16string format(int32_t timeStyle, int32_t dateStyle, double time, const char *locale)
+{
+    ZELKLOG_UCHAR *text = nullptr;
+    if (zelkLogstrftime(timeStyle, dateStyle, time, locale, &text) != ZELKLOG_RC_OK)
+        return u"";
+    std::u16string result(text);
+    zelkLogFree(text);
+    return result;
+}
+
+std::string ascii(const std::u16string &text)  // for failure messages only
+{
+    std::string out;
+    for (char16_t c : text)
+        out += c < 0x80 ? static_cast<char>(c) : '?';
+    return out;
+}
+
+// 2023-11-14 22:13:20 UTC; in the zone +05:30 it is 2023-11-15 03:43:20.
+constexpr int64_t kMoment = 1700000000;
+constexpr const char *kIndia = "<+0530>-5:30";
+
+TEST(OffsetToTimeZone, NamesOffsetsWithinTheBuffer)
+{
+    const struct {
+        int64_t offset;
+        const char *expected;
+    } cases[] = {
+        {0, "GMT"}, {19800, "GMT+5:30"}, {-18000, "GMT-5:00"}, {1800, "GMT+0:30"}, {-1800, "GMT-0:30"},
+        {-12600, "GMT-3:30"}, {50400, "GMT+14:00"},
+        {int64_t{9999999999} * 3600, "GMT+9999999999:00"},  // ten hour digits: 18 bytes
+        {-int64_t{9999999999} * 3600 - 1800, "GMT-9999999999:30"},
+    };
+    for (const auto &c : cases) {
+        char buffer[32];
+        std::memset(buffer, '#', sizeof buffer);
+        char *pointer = buffer;
+        ASSERT_EQ(OffsetToTimeZone(c.offset, &pointer), ZELKLOG_RC_OK) << c.offset;
+        EXPECT_STREQ(buffer, c.expected);
+        EXPECT_EQ(pointer, buffer);
+        EXPECT_EQ(std::string(buffer + 18, 14), std::string(14, '#')) << "written past 18 bytes";
+    }
+}
+
+TEST(OffsetToTimeZone, RefusesWithoutWriting)
+{
+    const struct {
+        int64_t offset;
+        uint32_t expected;
+    } cases[] = {
+        {900, ZELKLOG_RC_FAILURE}, {-1799, ZELKLOG_RC_FAILURE}, {INT64_MIN, ZELKLOG_RC_FAILURE},
+        {int64_t{10000000000} * 3600, ZELKLOG_RC_BAD_ARGUMENT},
+        {INT64_MAX - INT64_MAX % 1800, ZELKLOG_RC_BAD_ARGUMENT},
+    };
+    for (const auto &c : cases) {
+        char buffer[18] = "untouched";
+        char *pointer = buffer;
+        EXPECT_EQ(OffsetToTimeZone(c.offset, &pointer), c.expected) << c.offset;
+        EXPECT_STREQ(buffer, "untouched");
+    }
+    char *none = nullptr;
+    EXPECT_EQ(OffsetToTimeZone(0, &none), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(OffsetToTimeZone(0, nullptr), ZELKLOG_RC_BAD_ARGUMENT);
+}
+
+TEST(DateFormat, ShowsLocalClockInEachLocale)
+{
+    ZoneGuard zone(kIndia);
+    const struct {
+        const char *locale;
+        int32_t timeStyle, dateStyle;
+        std::u16string pieces[2];
+    } cases[] = {
+        {"en_US", 2, 3, {u"11/15/23", u"3:43:20\u202fAM"}},
+        {"de_DE", 2, 3, {u"15.11.23", u"03:43:20"}},
+        {"de_DE", 2, 1, {u"15. November 2023", u"03:43:20"}},
+        {"en_US", 0, -1, {u"3:43:20", u"Greenwich Mean Time"}},  // the zone shown is GMT, the clock local
+        {"de_DE", -1, 3, {u"15.11.23", u""}},
+    };
+    for (const auto &c : cases) {
+        std::u16string text = format(c.timeStyle, c.dateStyle, static_cast<double>(kMoment), c.locale);
+        ASSERT_FALSE(text.empty()) << c.locale;
+        for (const auto &piece : c.pieces)
+            EXPECT_NE(text.find(piece), std::u16string::npos) << c.locale << ": " << ascii(text);
+    }
+}
+
+TEST(DateFormat, ParsesWhatItFormatted)
+{
+    const struct {
+        const char *zone;
+        const char *locale;
+        int32_t timeStyle, dateStyle;
+        int64_t resolution;  // seconds the styles show
+    } cases[] = {
+        {kIndia, "en_US", 2, 3, 1}, {kIndia, "de_DE", 2, 3, 1},      {"UTC0", "en_US", 1, 1, 1},
+        {"UTC0", "de_DE", 0, 0, 1}, {"EST5EDT", "en_US", 3, 3, 60},  {"EST5EDT", "de_DE", 2, 2, 1},
+        {"EST5EDT", "fr_FR", 2, 3, 1}, {"UTC0", nullptr, 2, 3, 1},
+    };
+    for (const auto &c : cases) {
+        ZoneGuard zone(c.zone);
+        for (int64_t moment : {kMoment, kMoment + 59, int64_t{1688888888}, int64_t{1893455999}}) {
+            std::u16string wide = format(c.timeStyle, c.dateStyle, static_cast<double>(moment), c.locale);
+            ASSERT_FALSE(wide.empty());
+            // The parser reads the default code page; these formats are ASCII but for
+            // no-break spaces, which a plain space matches when parsing.
+            std::string text = ascii(wide);
+            for (char &ch : text)
+                ch = ch == '?' ? ' ' : ch;
+            int64_t parsed = 0;
+            ASSERT_EQ(zelkLogGetDateFromFormat(c.timeStyle, c.dateStyle, c.locale, text.c_str(), &parsed),
+                      ZELKLOG_RC_OK) << text;
+            EXPECT_EQ(parsed, moment - moment % c.resolution) << text;
+        }
+    }
+}
+
+TEST(DateFormat, ZeroMeansNowAndOldTimesWork)
+{
+    ZoneGuard zone(kIndia);
+    const int64_t before = time(nullptr);
+    std::string now = ascii(format(2, 3, 0.0, "en_US"));
+    const int64_t after = time(nullptr);
+    now[now.find('?')] = ' ';
+    int64_t parsed = 0;
+    ASSERT_EQ(zelkLogGetDateFromFormat(2, 3, "en_US", now.c_str(), &parsed), ZELKLOG_RC_OK) << now;
+    EXPECT_GE(parsed, before);
+    EXPECT_LE(parsed, after);
+
+    std::string old = ascii(format(2, 1, -86400.0 * 365, "de_DE"));
+    EXPECT_EQ(old, "1. Januar 1969 um 05:30:00");  // 1969-01-01 00:00 UTC, shown at +05:30
+    ASSERT_EQ(zelkLogGetDateFromFormat(2, 1, "de_DE", old.c_str(), &parsed), ZELKLOG_RC_OK);
+    EXPECT_EQ(parsed, -86400 * 365);
+}
+
+TEST(DateFormat, ParseIgnoresTrailingTextAndRefusesGarbage)
+{
+    ZoneGuard zone("UTC0");
+    int64_t parsed = 0;
+    EXPECT_EQ(zelkLogGetDateFromFormat(2, 3, "en_US", "11/14/23, 10:13:20 PM and more", &parsed), ZELKLOG_RC_OK);
+    EXPECT_EQ(parsed, kMoment);
+    for (const char *text : {"", "garbage", "13:00", "\xff\xfe\x80", "99/99/99, 99:99:99 XM"})
+        EXPECT_EQ(zelkLogGetDateFromFormat(2, 3, "en_US", text, &parsed), ZELKLOG_RC_FAILURE) << text;
+}
+
+TEST(DateFormat, BadArgumentsLeaveNothingToRelease)
+{
+    int64_t parsed = 42;
+    EXPECT_EQ(zelkLogGetDateFromFormat(2, 3, "en_US", nullptr, &parsed), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(zelkLogGetDateFromFormat(2, 3, "en_US", "11/14/23", nullptr), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(zelkLogGetDateFromFormat(-2, 3, "en_US", "11/14/23", &parsed), ZELKLOG_RC_FAILURE);
+    EXPECT_EQ(parsed, 42);
+    EXPECT_EQ(zelkLogstrftime(2, 3, 1.0, "en_US", nullptr), ZELKLOG_RC_BAD_ARGUMENT);
+
+    const struct {
+        int32_t timeStyle, dateStyle;
+        double time;
+    } failing[] = {{-2, 3, 1.0}, {2, 77, 1.0}, {4, 3, 1.0}, {2, 3, NAN}, {2, 3, INFINITY}};
+    for (const auto &c : failing) {
+        void *formatter = &parsed;
+        ZELKLOG_UCHAR *text = reinterpret_cast<ZELKLOG_UCHAR *>(&parsed);
+        EXPECT_EQ(GetDateTimeFormat(c.timeStyle, c.dateStyle, c.time, "en_US", &formatter, &text),
+                  ZELKLOG_RC_FAILURE) << c.timeStyle << "/" << c.dateStyle;
+        EXPECT_EQ(formatter, nullptr);
+        EXPECT_EQ(text, nullptr);
+    }
+    void *formatter = nullptr;
+    EXPECT_EQ(GetDateTimeFormat(2, 3, 1.0, "en_US", &formatter, nullptr), ZELKLOG_RC_BAD_ARGUMENT);
+}
+
+// The start of the local day that `time` falls in, by the C library.
+int64_t localMidnight(int64_t time)
+{
+    time_t t = static_cast<time_t>(time);
+    struct tm local;
+    localtime_r(&t, &local);
+    local.tm_hour = local.tm_min = local.tm_sec = 0;
+    local.tm_isdst = -1;
+    return mktime(&local);
+}
+
+TEST(LogDates, RunFromLocalMidnightToNow)
+{
+    for (const char *name : {"UTC0", kIndia, "<-10>10"}) {
+        ZoneGuard zone(name);
+        for (int32_t days : {0, 1, 7, 400, 24855, 100000}) {
+            int64_t from = 0, to = 0;
+            const int64_t before = time(nullptr);
+            ASSERT_EQ(zelkLogGetLogDates(days, &from, &to), ZELKLOG_RC_OK);
+            EXPECT_GE(to, before);
+            EXPECT_LE(to, time(nullptr));
+            // Fixed zones have no clock changes: `from` is exactly that day's midnight.
+            EXPECT_EQ(from, localMidnight(to - int64_t{days} * 86400)) << name << " " << days;
+        }
+    }
+}
+
+TEST(LogDates, RefusesWithoutWriting)
+{
+    int64_t from = 7, to = 8;
+    EXPECT_EQ(zelkLogGetLogDates(-1, &from, &to), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(zelkLogGetLogDates(INT32_MIN, &from, &to), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(zelkLogGetLogDates(1, nullptr, &to), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(zelkLogGetLogDates(1, &from, nullptr), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(from, 7);
+    EXPECT_EQ(to, 8);
+}
+
+TEST(SafeWcsdup, CopiesIntoNewStorage)
+{
+    EXPECT_EQ(zelkLogSafeWcsdup(nullptr), nullptr);
+    for (const wchar_t *text : {L"", L"Gr\u00fc\u00dfe \U0001F600"}) {
+        wchar_t *copy = zelkLogSafeWcsdup(text);
+        ASSERT_NE(copy, nullptr);
+        EXPECT_NE(copy, text);
+        EXPECT_EQ(std::wcscmp(copy, text), 0);
+        zelkLogFree(copy);
+    }
+}
+
+}  // namespace
