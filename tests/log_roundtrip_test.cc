@@ -23,8 +23,8 @@ char narrow[] = "a|b)c,";
 wchar_t wide[] = L"w\u00e9\U0001F600";
 
 struct Arguments {
-    ZelkLogMsgArg a[11]{};
-    ZelkLogMsgArg *top[11] = {};
+    ZelkLogMsgArg a[12]{};
+    ZelkLogMsgArg *top[12] = {};
     ZelkLogMsgArg *inner[2] = {&a[10], nullptr};
     ZelkLogMsgArgList nested{77, 1, inner};
 
@@ -41,8 +41,10 @@ struct Arguments {
         a[8].type = ZELKLOG_ARG_XSTRING, a[8].ownsValue = 1, a[8].value.string = narrow;
         a[9].type = ZELKLOG_ARG_LIST, a[9].ownsValue = 1, a[9].value.list = &nested;
         a[10].type = ZELKLOG_ARG_STRING, a[10].ownsValue = 1, a[10].value.string = narrow;
+        a[11].type = ZELKLOG_ARG_WCHAR;  // the character 0: an empty field
         for (int i = 0; i < 10; ++i)
             top[i] = &a[i];
+        top[10] = &a[11];
     }
 };
 

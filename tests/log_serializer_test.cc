@@ -57,40 +57,6 @@ TEST(LogSerializer, ExampleInEveryFormat)
         EXPECT_EQ(serialize(example.record, format), expected) << std::hex << format;
 }
 
-TEST(LogSerializer, EveryArgumentType)
-{
-    char x[] = "x";
-    char comma[] = "a,b";
-    ZelkLogMsgArg a[10]{};
-    a[0].type = ZELKLOG_ARG_WCHAR;
-    a[0].value.wideChar = L'\u00e9';
-    a[1].type = ZELKLOG_ARG_UINT;
-    a[1].value.sizedUInt = {8, 18446744073709551615ull};
-    a[2].type = ZELKLOG_ARG_DOUBLE;
-    a[2].value.real = 0.1;
-    a[3].type = ZELKLOG_ARG_UINT64;
-    a[3].value.uint64 = 5;
-    a[4].type = ZELKLOG_ARG_INT64;
-    a[4].value.int64 = -9;
-    a[5].type = ZELKLOG_ARG_DINT;
-    a[5].value.sizedInt = {2, 3};
-    a[6].type = ZELKLOG_ARG_XSTRING;
-    a[6].value.string = x;
-    a[7].type = ZELKLOG_ARG_STRING;
-    a[7].value.string = comma;
-    ZelkLogMsgArg *innerArgs[] = {&a[7], nullptr};
-    ZelkLogMsgArgList inner{2, 1, innerArgs};
-    a[8].type = ZELKLOG_ARG_LIST;
-    a[8].value.list = &inner;
-    a[9].type = ZELKLOG_ARG_WCHAR;  // the character 0: an empty counted field
-    ZelkLogMsgArg *args[] = {&a[0], &a[1], &a[2], &a[3], &a[4], &a[5], &a[6], &a[7], &a[8], &a[9], nullptr};
-    ZelkLogMsg record = makeRecord(ZELKLOG_MSG_APP, 1);
-    record.args.args = args;
-    EXPECT_EQ(serialize(record, ZELKLOG_FORMAT_10004),
-              "2,1,112,0,1,100,200,0:,0:,0,(1|12:\xc3\xa9,u8:18446744073709551615|80.1|964:5|C64:-9|D2:3|X1:x,"
-              "S3:a,b,(2|S3:a,b,),10:,)");
-}
-
 TEST(LogSerializer, Refusals)
 {
     ZelkLogMsg record = makeRecord(ZELKLOG_MSG_APP, 1);
