@@ -205,7 +205,7 @@ TEST_F(MessageFormat, UnknownIdentifiersShowIdAndArguments)
 
 TEST_F(MessageFormat, UnusableCataloguesAreSkipped)
 {
-    write("fr.ini", "[messages]\n1001 = " + std::string(300, 'x') + "\n");  // line too long
+    write("fr.ini", "[messages]\n1001 = " + std::string(70000, 'x') + "\n");  // line too long
     write("it.ini", "[messages]\n1001 = Broken {0\n1002 = \xff\xfe {0}\nnot a line\n");
     TestRecord open;
     open.id(1001).text("a").integer(1);
@@ -219,10 +219,10 @@ TEST_F(MessageFormat, UnusableCataloguesAreSkipped)
 
     // The longest line that fits is read whole.
     const std::string prefix = "1002 = ";
-    write("es.ini", "[messages]\r\n" + prefix + std::string(198 - prefix.size(), 'y') + "\r\n");
-    EXPECT_EQ(format(rootOnly.get(), "es"), "Root only: b");  // 199 bytes with the CR: refused
-    write("pt.ini", "[messages]\n" + prefix + std::string(198 - prefix.size(), 'y') + "\n");
-    EXPECT_EQ(format(rootOnly.get(), "pt"), std::string(198 - prefix.size(), 'y'));
+    write("es.ini", "[messages]\r\n" + prefix + std::string(65534 - prefix.size(), 'y') + "\r\n");
+    EXPECT_EQ(format(rootOnly.get(), "es"), "Root only: b");  // 65535 bytes with the CR: refused
+    write("pt.ini", "[messages]\n" + prefix + std::string(65534 - prefix.size(), 'y') + "\n");
+    EXPECT_EQ(format(rootOnly.get(), "pt"), std::string(65534 - prefix.size(), 'y'));
 
     // Binary garbage, embedded zero bytes included, never breaks formatting.
     std::string garbage;

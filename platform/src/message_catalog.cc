@@ -1,7 +1,7 @@
 // Reading a message catalogue file with inih.
 #include "message_catalog.h"
 
-#include <ini.h>
+#include "inih_options.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -12,8 +12,20 @@ namespace zelk::core {
 
 namespace {
 
-// inih reads a line into a 200-byte buffer: the text, the newline and the terminator.
-constexpr size_t kLongestLine = 198;
+// Catalogue lines are read into a heap buffer of at most 64 KiB: the text, the newline
+// and the terminator.
+constexpr int kLineBuffer = 65536;
+constexpr size_t kLongestLine = kLineBuffer - 2;
+
+// inih's defaults, but with a growing heap line buffer so long texts fit on one line.
+zelk::core::InihOptions catalogueOptions()
+{
+    zelk::core::InihOptions options;
+    options.useStack = false;
+    options.allowRealloc = true;
+    options.maxLine = kLineBuffer;
+    return options;
+}
 constexpr long kLargestFile = 16L * 1024 * 1024;
 
 bool readWholeFile(const std::string &path, std::string &content)
@@ -106,7 +118,8 @@ bool MessageCatalogue::load(const std::string &path)
     texts_.clear();
     haveLastKey_ = false;
     // Bad lines are skipped by inih; what could be read stays usable.
-    return ini_parse_string(content.c_str(), &MessageCatalogue::onEntry, this) >= 0;
+    return zelk::core::parseStringWithOptions(catalogueOptions(), content.c_str(), &MessageCatalogue::onEntry,
+                                             this) >= 0;
 }
 
 const std::string *MessageCatalogue::find(uint64_t productId, uint64_t messageId) const

@@ -12,9 +12,9 @@ namespace zelk::message {
 namespace {
 constexpr size_t kMaxPrefixChars = 10;
 
-const char *findChar(const char *begin, const char *end, char wanted)
+char *findChar(char *begin, char *end, char wanted)
 {
-    return static_cast<const char *>(std::memchr(begin, wanted, static_cast<size_t>(end - begin)));
+    return static_cast<char *>(std::memchr(begin, wanted, static_cast<size_t>(end - begin)));
 }
 }  // namespace
 
@@ -69,14 +69,14 @@ uint32_t readStringField(TextCursor &cursor, char **out)
 {
     if (cursor.pos >= cursor.end)
         return ZELKLOG_RC_FAILURE;
-    const char *prefix = cursor.pos + 1;
-    const char *colon = findChar(prefix, cursor.end, ':');
+    char *prefix = cursor.pos + 1;
+    char *colon = findChar(prefix, cursor.end, ':');
     if (colon == nullptr)
         return ZELKLOG_RC_FAILURE;
     size_t prefixChars = static_cast<size_t>(colon - prefix);
     if (prefixChars < 1 || prefixChars > kMaxPrefixChars)
         return ZELKLOG_RC_FAILURE;
-    char *data = const_cast<char *>(colon) + 1;
+    char *data = colon + 1;
     if (*prefix == '0') {
         // Only "0" itself is the empty field; its "," stays for the next field to step over.
         if (prefixChars != 1 || *data != ',')
@@ -98,7 +98,7 @@ uint32_t readStringField(TextCursor &cursor, char **out)
 
 bool readCountPrefix(const char *begin, const char *end, uint64_t *value, const char **colon)
 {
-    const char *found = findChar(begin, end, ':');
+    const auto *found = static_cast<const char *>(std::memchr(begin, ':', static_cast<size_t>(end - begin)));
     if (found == nullptr)
         return false;
     size_t prefixChars = static_cast<size_t>(found - begin);
@@ -114,7 +114,7 @@ uint32_t readCountedField(TextCursor &cursor, const char **data, size_t *length)
     const char *colon = nullptr;
     if (!readCountPrefix(cursor.pos, cursor.end, &count, &colon))
         return ZELKLOG_RC_FAILURE;
-    char *start = const_cast<char *>(colon) + 1;
+    char *start = cursor.pos + (colon - cursor.pos) + 1;
     // The data and the separator byte behind it must both lie inside the text.
     if (count >= static_cast<uint64_t>(cursor.end - start))
         return ZELKLOG_RC_FAILURE;

@@ -1,0 +1,135 @@
+// Listing the configured products and the originators of one product.
+//
+// When the store lists more ids than the caller's capacity, the first `capacity` ids
+// are delivered (count = capacity) and the result is ZELKLOG_RC_NO_MEMORY: the caller's
+// array was too small.  zelkLogGetAllProductsEx uses the paired layout: names[i]
+// belongs to ids[i] and is null when the product has no readable "Names".
+#include "config/config_store_names.h"
+#include "zelkLogCore.h"
+
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+using namespace zelk::config;
+
+// The leading decimal number of a section name, as atol reads it (without atol's
+// undefined behaviour on overflow).
+uint64_t leadingNumber(const char *name)
+{
+    return static_cast<uint64_t>(std::strtol(name, nullptr, 10));
+}
+
+bool listed(const uint64_t *ids, uint64_t count, uint64_t id)
+{
+    for (uint64_t i = 0; i < count; ++i)
+        if (ids[i] == id)
+            return true;
+    return false;
+}
+
+// The product's "Names" into its paired slot; failures leave the slot null.
+void readProductNames(const char *location, const char *section, char **slot)
+{
+    *slot = nullptr;
+    UtiPropertyStore store{};
+    if (utiOpenPropertyStore(location, section, &store, 0) == 0)
+        utiGetPropertyAsStr(&store, kNames, slot);
+    utiClosePropertyStore(&store);
+}
+
+uint32_t finalResult(uint32_t storeCode, bool full)
+{
+    if (full)
+        return ZELKLOG_RC_NO_MEMORY;
+    return storeCode == UTI_PS_OK || storeCode == UTI_PS_END ? ZELKLOG_RC_OK : utipsres2zelklogres(storeCode);
+}
+
+uint32_t listProducts(uint64_t *ids, uint64_t capacity, uint64_t *count, char **names)
+{
+    *count = 0;
+    const char *location = GetZelkLogCfgLoc();
+    UtiPropertyStore store{};
+    uint32_t code = utiOpenPropertyStore(location, kTop, &store, 0);
+    bool full = false;
+    char name[kSectionBuffer];
+    for (uint32_t index = 0; code == UTI_PS_OK; ++index) {
+        uint32_t length = kSectionBuffer;
+        code = utiEnumProductId(&store, index, name, &length);
+        if (code != UTI_PS_OK)
+            break;
+        uint64_t id = leadingNumber(name);
+        if (id == 0)
+            continue;
+        if (*count == capacity) {
+            full = true;
+            break;
+        }
+        ids[(*count)++] = id;
+        if (names != nullptr)
+            readProductNames(location, name, &names[*count - 1]);
+    }
+    utiClosePropertyStore(&store);
+    return finalResult(code, full);
+}
+
+}  // namespace
+
+extern "C" {
+
+ZELKLOG_API uint32_t zelkLogGetAllProducts(uint64_t *ids, uint64_t capacity, uint64_t *count)
+{
+    if (ids == nullptr || count == nullptr)
+        return ZELKLOG_RC_BAD_ARGUMENT;
+    return listProducts(ids, capacity, count, nullptr);
+}
+
+ZELKLOG_API uint32_t zelkLogGetAllProductsEx(uint64_t *ids, uint64_t capacity, uint64_t *count, char **names)
+{
+    if (ids == nullptr || count == nullptr || names == nullptr)
+        return ZELKLOG_RC_BAD_ARGUMENT;
+    return listProducts(ids, capacity, count, names);
+}
+
+ZELKLOG_API uint32_t zelkLogGetAllOriginators(uint64_t productId, uint64_t *ids, uint64_t capacity, uint64_t *count)
+{
+    if (count == nullptr || ids == nullptr)
+        return ZELKLOG_RC_BAD_ARGUMENT;
+    *count = 0;
+    char *path = nullptr;
+    uint32_t code = GetProductCfgPath(GetZelkLogCfgLoc(), productId, &path);
+    if (code != 0) {
+        zelkLogFree(path);
+        return code;
+    }
+    if (path == nullptr || *path == '\0') {
+        zelkLogFree(path);
+        return ZELKLOG_RC_STORE_UNAVAILABLE;
+    }
+    UtiPropertyStore store{};
+    code = utiOpenPropertyStore(path, kTop, &store, 0);
+    zelkLogFree(path);
+    bool full = false;
+    char name[kSectionBuffer];
+    for (uint32_t index = 0; code == UTI_PS_OK; ++index) {
+        uint32_t length = kSectionBuffer;
+        code = utiEnumProductId(&store, index, name, &length);
+        if (code != UTI_PS_OK)
+            break;
+        uint64_t id = leadingNumber(name);
+        if (id == 0 && std::strcmp(name, kDefaultSection) == 0)
+            id = kDefaultOriginator;
+        if (id == 0 || listed(ids, *count, id))
+            continue;
+        if (*count == capacity) {
+            full = true;
+            break;
+        }
+        ids[(*count)++] = id;
+    }
+    utiClosePropertyStore(&store);
+    return finalResult(code, full);
+}
+
+}  // extern "C"

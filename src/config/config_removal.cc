@@ -1,0 +1,124 @@
+// Removing configuration: a whole product, one originator's section, one logset's
+// section.  The originator and logset removals hold the common lock from before the
+// path lookup until the store is closed and the path released; every return after the
+// lock was taken passes through its release.
+#include "config/config_store_names.h"
+#include "zelkLogCore.h"
+
+#include <cinttypes>
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+using namespace zelk::config;
+
+// Opens the store at location (when there is one) and removes one section from it.
+// The outcome is a store code; 2 when the store could not be opened.
+uint32_t removeSection(const char *location, const char *section)
+{
+    uint32_t outcome = 2;
+    UtiPropertyStore store{};
+    if (location != nullptr && utiOpenPropertyStore(location, kTop, &store, 0) == UTI_PS_OK)
+        outcome = utiRemovePropertyRoot(&store, section);
+    utiClosePropertyStore(&store);
+    return outcome;
+}
+
+uint32_t removeOriginator(uint64_t productId, uint64_t originatorId)
+{
+    char section[24];
+    if (originatorId == kDefaultOriginator)
+        std::snprintf(section, sizeof section, "%s", kDefaultSection);
+    else
+        std::snprintf(section, sizeof section, "%" PRIu64, originatorId);
+    char *path = nullptr;
+    uint32_t code = GetProductCfgPath(GetZelkLogCfgLoc(), productId, &path);
+    uint32_t result = code == UTI_PS_NO_STORE ? ZELKLOG_RC_STORE_UNAVAILABLE
+                                              : utipsres2zelklogres(removeSection(path, section));
+    zelkLogFree(path);
+    return result;
+}
+
+uint32_t removeLogSet(uint64_t productId, const char *logset)
+{
+    char *path = nullptr;
+    uint32_t code = GetProductCfgPath(GetZelkLogCfgLoc(), productId, &path);
+    uint32_t result;
+    if (code == UTI_PS_NO_STORE) {
+        result = ZELKLOG_RC_STORE_UNAVAILABLE;
+    } else if (path != nullptr && std::strstr(path, ".conf") != nullptr) {
+        // Flat form: "LOGSET.<name>" in the product's store itself.
+        char section[8 + 400 + 1];
+        int length = std::snprintf(section, sizeof section, "%s%s", kLogSetPrefix, logset);
+        result = length < 0 || static_cast<size_t>(length) >= sizeof section
+                     ? ZELKLOG_RC_BAD_ARGUMENT
+                     : utipsres2zelklogres(removeSection(path, section));
+    } else if (path != nullptr) {
+        // Nested form: section "<name>" in the store at "<path>\LOGSET".
+        size_t length = std::strlen(path);
+        size_t suffix = std::strlen(kLogSetStoreSuffix);
+        auto *location = static_cast<char *>(zelkLogMalloc(length + suffix + 2));
+        if (location == nullptr) {
+            result = ZELKLOG_RC_NO_MEMORY;
+        } else {
+            std::memcpy(location, path, length);
+            std::memcpy(location + length, kLogSetStoreSuffix, suffix + 1);
+            result = utipsres2zelklogres(removeSection(location, logset));
+            zelkLogFree(location);
+        }
+    } else {
+        result = utipsres2zelklogres(removeSection(nullptr, logset));
+    }
+    zelkLogFree(path);
+    return result;
+}
+
+}  // namespace
+
+extern "C" {
+
+ZELKLOG_API uint32_t zelkLogRemoveProductAllCfg(uint64_t productId)
+{
+    if (!isProdIdValid(productId))
+        return ZELKLOG_RC_BAD_ARGUMENT;
+    char section[24];
+    std::snprintf(section, sizeof section, "%" PRIu64, productId);
+    const char *global = GetZelkLogCfgLoc();
+    char *path = nullptr;
+    if (GetProductCfgPath(global, productId, &path) != UTI_PS_OK) {
+        zelkLogFree(path);
+        return ZELKLOG_RC_STORE_UNAVAILABLE;
+    }
+    uint32_t outcome = UTI_PS_NO_STORE;
+    UtiPropertyStore store{};
+    if (utiOpenPropertyStore(global, section, &store, 1) == UTI_PS_OK) {
+        if (zelkLogRemoveProductCfg(productId) == 0)
+            outcome = utiRemovePropertyRoot(&store, path != nullptr ? path : "");
+        utiClosePropertyStore(&store);
+    }
+    zelkLogFree(path);
+    return utipsres2zelklogres(outcome);
+}
+
+ZELKLOG_API uint32_t zelkLogRemoveCfg(uint64_t productId, uint64_t originatorId)
+{
+    if (!isProdIdValid(productId) || !isOrigIdValid(originatorId))
+        return ZELKLOG_RC_BAD_ARGUMENT;
+    zelkLockCommon("zelkLogRemoveCfg()");
+    uint32_t result = removeOriginator(productId, originatorId);
+    zelkUnlockCommon("zelkLogRemoveCfg()");
+    return result;
+}
+
+ZELKLOG_API uint32_t zelkLogRemoveLogSetCfg(uint64_t productId, const char *logset)
+{
+    if (!isProdIdValid(productId) || !isLogSetValid(logset))
+        return ZELKLOG_RC_BAD_ARGUMENT;
+    zelkLockCommon("zelkLogRemoveLogSetCfg()");
+    uint32_t result = removeLogSet(productId, logset);
+    zelkUnlockCommon("zelkLogRemoveLogSetCfg()");
+    return result;
+}
+
+}  // extern "C"

@@ -1,0 +1,112 @@
+// Settings kept in the stores: the JVM path and the tools resource directory (global
+// store) and a product's non-OID settings (the product's own store).  None of these
+// takes the common lock: the store serialises its writers itself.
+#include "config/config_store_names.h"
+#include "zelkLogCore.h"
+
+namespace {
+
+using namespace zelk::config;
+
+enum class JvmStep { Get, Set, Remove };
+
+uint32_t jvmPath(JvmStep step, const char *value, char **out)
+{
+    UtiPropertyStore store{};
+    if (CreatePropertyString(GetZelkLogCfgLoc(), kTop, &store) != UTI_PS_OK)
+        return ZELKLOG_RC_STORE_UNAVAILABLE;
+    uint32_t code = step == JvmStep::Get   ? utiGetPropertyAsStr(&store, kJvmPath, out)
+                    : step == JvmStep::Set ? utiSetPropertyAsStr(&store, kJvmPath, value)
+                                           : utiRemoveProperty(&store, kJvmPath);
+    utiClosePropertyStore(&store);
+    return code == UTI_PS_OK ? ZELKLOG_RC_OK : utipsres2zelklogres(code);
+}
+
+// Sets (value non-null) or removes one property at the top of the product's store.
+uint32_t nonOidSetting(uint64_t productId, const char *name, const char *value)
+{
+    char *path = nullptr;
+    uint32_t result = GetProductCfgPath(GetZelkLogCfgLoc(), productId, &path);
+    if (result == 0 && (path == nullptr || *path == '\0')) {
+        result = ZELKLOG_RC_STORE_UNAVAILABLE;
+    } else if (result == 0) {
+        UtiPropertyStore store{};
+        if (CreatePropertyString(path, kTop, &store) != UTI_PS_OK) {
+            result = utipsres2zelklogres(UTI_PS_NO_STORE);
+        } else {
+            uint32_t code = value != nullptr ? utiSetPropertyAsStr(&store, name, value)
+                                             : utiRemoveProperty(&store, name);
+            utiClosePropertyStore(&store);
+            result = code == UTI_PS_OK ? ZELKLOG_RC_OK : utipsres2zelklogres(code);
+        }
+    }
+    zelkLogFree(path);
+    return result;
+}
+
+}  // namespace
+
+extern "C" {
+
+ZELKLOG_API uint32_t zelkLogGetJVMPathSetting(char **path)
+{
+    if (path == nullptr)
+        return ZELKLOG_RC_BAD_ARGUMENT;
+    *path = nullptr;
+    return jvmPath(JvmStep::Get, nullptr, path);
+}
+
+ZELKLOG_API uint32_t zelkLogAddJVMPathSetting(const char *path)
+{
+    if (path == nullptr)
+        return ZELKLOG_RC_BAD_ARGUMENT;
+    return jvmPath(JvmStep::Set, path, nullptr);
+}
+
+ZELKLOG_API uint32_t zelkLogRemoveJVMPathSetting(void)
+{
+    return jvmPath(JvmStep::Remove, nullptr, nullptr);
+}
+
+ZELKLOG_API uint32_t zelkLogCfgSetToolsResDir(const char *dir)
+{
+    if (dir == nullptr || *dir == '\0')
+        return ZELKLOG_RC_BAD_ARGUMENT;
+    UtiPropertyStore store{};
+    if (CreatePropertyString(GetZelkLogCfgLoc(), kToolsSection, &store) != UTI_PS_OK)
+        return ZELKLOG_RC_STORE_UNAVAILABLE;
+    uint32_t code = utiSetPropertyAsStr(&store, kToolsResDir, dir);
+    utiClosePropertyStore(&store);
+    if (code == UTI_PS_OK)
+        return ZELKLOG_RC_OK;
+    return code == UTI_PS_DENIED ? ZELKLOG_RC_STORE_DENIED : ZELKLOG_RC_STORE_UNAVAILABLE;
+}
+
+ZELKLOG_API uint32_t zelkLogCfgRemoveToolsResDir(void)
+{
+    UtiPropertyStore store{};
+    if (CreatePropertyString(GetZelkLogCfgLoc(), kTop, &store) != UTI_PS_OK)
+        return ZELKLOG_RC_STORE_UNAVAILABLE;
+    uint32_t code = utiRemovePropertyRoot(&store, kToolsSection);
+    utiClosePropertyStore(&store);
+    if (code == UTI_PS_OK)
+        return ZELKLOG_RC_OK;
+    return code == UTI_PS_DENIED ? ZELKLOG_RC_STORE_DENIED : ZELKLOG_RC_FAILURE;
+}
+
+ZELKLOG_API uint32_t zelkLogRemoveNonOIDSetting(uint64_t productId, const char *name)
+{
+    if (name == nullptr)
+        return ZELKLOG_RC_BAD_ARGUMENT;
+    return nonOidSetting(productId, name, nullptr);
+}
+
+ZELKLOG_API uint32_t zelkLogAddNonOIDSetting(uint64_t productId, const char *name, const char *value)
+{
+    if (name == nullptr || value == nullptr)
+        return ZELKLOG_RC_BAD_ARGUMENT;
+    zelkLogRemoveNonOIDSetting(productId, name);  // an existing value is replaced
+    return nonOidSetting(productId, name, value);
+}
+
+}  // extern "C"

@@ -1,0 +1,112 @@
+// The configuration reader and name lookup of the logging core, over real store files.
+#include "config_fixture.h"
+#include "zelkLogCore.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+namespace {
+
+using zelk::test::ConfigFixture;
+using zelk::test::ProductEntry;
+
+struct ConfigArray {
+    ZelkLogProductCfg *records[ZELKLOG_MAX_PRODUCTS] = {};
+    uint64_t count = 0;
+    uint32_t code = 0;
+    explicit ConfigArray(uint32_t capacity = ZELKLOG_MAX_PRODUCTS)
+    {
+        code = zelkLogReadAllCfg(0, capacity, records, &count);
+    }
+    ~ConfigArray() { FreeConfigArray(records, count); }
+};
+
+std::vector<ProductEntry> twoProducts()
+{
+    return {
+        {7, {"billing", "Bill"}, "", {{112, {"main"}, 0, {}}, {5, {"worker", "batch"}, 9, {"jobs", "queue"}}}, "fmt7", ""},
+        {12, {"shop"}, "/var/log/shop", {{3, {"cart"}, 31, {"orders"}}}, "", ""},
+    };
+}
+
+TEST(ConfigReader, DeliversEveryProductWithItsSettings)
+{
+    ConfigFixture config(twoProducts());
+    ConfigArray array;
+    ASSERT_EQ(array.code, 0u);
+    ASSERT_EQ(array.count, 2u);
+    EXPECT_EQ(config.logDirectory(7), array.records[0]->logDirectory);
+    EXPECT_STREQ(array.records[0]->formatResource, "fmt7");
+    EXPECT_STREQ(array.records[1]->logDirectory, "/var/log/shop/");
+    EXPECT_EQ(array.records[1]->formatResource, nullptr);
+    EXPECT_EQ(array.records[1]->changeFlags, 0u);
+}
+
+TEST(ConfigReader, LooksUpNamesOfEveryKind)
+{
+    ConfigFixture config(twoProducts());
+    ConfigArray array;
+    ASSERT_EQ(array.count, 2u);
+    struct Case {
+        uint32_t field;
+        const char *name;
+        uint64_t id;
+    } cases[] = {
+        {ZELKLOGREC_PRODID, "billing", 7},   {ZELKLOGREC_PRODID, "BILL", 7},     {ZELKLOGREC_PRODID, "shop", 12},
+        {ZELKLOGREC_PRODID, "main", 0},      {ZELKLOGREC_ORGID, "main", 112},    {ZELKLOGREC_ORGID, "Batch", 5},
+        {ZELKLOGREC_ORGID, "cart", 3},       {ZELKLOGREC_ORGID, "billing", 0},   {ZELKLOGREC_SHORGID, "queue", 9},
+        {ZELKLOGREC_SHORGID, "orders", 31},  {ZELKLOGREC_SHORGID, "worker", 0},  {ZELKLOGREC_SUBJECT, "billing", 0},
+        {ZELKLOGREC_PRODID, "", 0},          {ZELKLOGREC_PRODID, "bil", 0},
+    };
+    for (const Case &c : cases)
+        EXPECT_EQ(GetIdFromName(array.records, array.count, c.field, c.name), c.id) << c.field << " " << c.name;
+    EXPECT_EQ(GetIdFromName(array.records, array.count, ZELKLOGREC_PRODID, nullptr), 0u);
+    EXPECT_EQ(GetIdFromName(nullptr, 2, ZELKLOGREC_PRODID, "shop"), 0u);
+}
+
+TEST(ConfigReader, SkipsBrokenProductsAndReportsThem)
+{
+    ConfigFixture config(twoProducts());
+    // 20 points at a store that does not exist, 30 at a garbled one, 0400 is no id.
+    config.setProperty(config.globalStore(), "20", "ConfigPath", config.path("missing.conf"));
+    config.writeFile("garbled.conf", "[5\nNames = x\n");
+    config.setProperty(config.globalStore(), "30", "ConfigPath", config.path("garbled.conf"));
+    config.setProperty(config.globalStore(), "1234567890123456", "Names", "toolong");
+    config.setProperty(config.globalStore(), "LoggingTools", "L10nResourceDir", "/x");
+    ConfigArray array;
+    EXPECT_EQ(array.code, ZELKLOG_RC_STORE_UNAVAILABLE);
+    ASSERT_EQ(array.count, 2u);
+    EXPECT_EQ(GetIdFromName(array.records, array.count, ZELKLOGREC_PRODID, "shop"), 12u);
+}
+
+TEST(ConfigReader, BadOriginatorSectionBreaksItsProduct)
+{
+    ConfigFixture config(twoProducts());
+    config.setProperty(config.productStore(12), "3", "FileId", "12x");
+    ConfigArray array;
+    EXPECT_EQ(array.code, ZELKLOG_RC_FAILURE);
+    ASSERT_EQ(array.count, 1u);
+    EXPECT_EQ(GetIdFromName(array.records, array.count, ZELKLOGREC_PRODID, "shop"), 0u);
+}
+
+TEST(ConfigReader, NeverFillsMoreThanCapacity)
+{
+    ConfigFixture config(twoProducts());
+    ConfigArray array(1);
+    EXPECT_EQ(array.code, ZELKLOG_RC_NO_MEMORY);
+    EXPECT_EQ(array.count, 1u);
+    EXPECT_EQ(array.records[1], nullptr);
+}
+
+TEST(ConfigReader, MissingGlobalStoreIsReportedWithNoRecord)
+{
+    ConfigFixture config;
+    std::remove(config.globalStore().c_str());
+    ConfigArray array;
+    EXPECT_EQ(array.code, ZELKLOG_RC_STORE_UNAVAILABLE);
+    EXPECT_EQ(array.count, 0u);
+    EXPECT_EQ(zelkLogReadAllCfg(0, 1024, nullptr, &array.count), ZELKLOG_RC_BAD_ARGUMENT);
+}
+
+}  // namespace

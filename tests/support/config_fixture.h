@@ -1,0 +1,91 @@
+// ConfigFixture: a temporary logging configuration on real store files.
+//
+//   zelk::test::ConfigFixture config({
+//       {7, {"billing"}, "", {{112, {"main"}}, {5, {"worker"}, 9, {"jobs"}}}},
+//   });
+//   // ZELKLOG_CONFIG now names config.globalStore(); product 7 logs into
+//   // config.logDirectory(7) (created) and has its own store config.productStore(7).
+//
+// The constructor makes a temporary directory holding the global store and one store
+// per product, and points ZELKLOG_CONFIG at the global store for the whole process.
+// The destructor restores ZELKLOG_CONFIG and removes the directory.  Failures to write
+// are reported as GoogleTest failures.
+#ifndef ZELK_TEST_CONFIG_FIXTURE_H
+#define ZELK_TEST_CONFIG_FIXTURE_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace zelk::test {
+
+struct OriginatorEntry {
+    OriginatorEntry(uint64_t id_ = 0, std::vector<std::string> names_ = {}, uint64_t fileId_ = 0,
+                   std::vector<std::string> fileNames_ = {})
+        : id(id_), names(std::move(names_)), fileId(fileId_), fileNames(std::move(fileNames_))
+    {
+    }
+    uint64_t id;                         // 112 is written as the section "Default"
+    std::vector<std::string> names;      // "Names"
+    uint64_t fileId;                     // "FileId" (0: not written)
+    std::vector<std::string> fileNames;  // "FileNames"
+};
+
+struct ProductEntry {
+    ProductEntry(uint64_t id_ = 0, std::vector<std::string> names_ = {}, std::string logDirectory_ = {},
+                std::vector<OriginatorEntry> originators_ = {}, std::string formatResource_ = {},
+                std::string storeName_ = {})
+        : id(id_), names(std::move(names_)), logDirectory(std::move(logDirectory_)),
+          originators(std::move(originators_)), formatResource(std::move(formatResource_)),
+          storeName(std::move(storeName_))
+    {
+    }
+    uint64_t id;
+    std::vector<std::string> names;      // "Names"
+    std::string logDirectory;            // "": <directory>/logs/<id>/, created
+    std::vector<OriginatorEntry> originators;
+    std::string formatResource;          // "": not written
+    std::string storeName;               // product store file in the directory; "": product-<id>.conf
+};
+
+class ConfigFixture {
+public:
+    explicit ConfigFixture(const std::vector<ProductEntry> &products = {});
+    ~ConfigFixture();
+    ConfigFixture(const ConfigFixture &) = delete;
+    ConfigFixture &operator=(const ConfigFixture &) = delete;
+
+    // Writes one more product (its global section and its own store).
+    void addProduct(const ProductEntry &product);
+
+    const std::string &directory() const { return directory_; }
+    const std::string &globalStore() const { return globalStore_; }
+    std::string productStore(uint64_t productId) const;  // "" when not added
+    std::string logDirectory(uint64_t productId) const;  // ends with "/"; "" when not added
+
+    // A file in the fixture's directory: its path, its content, or a new content.
+    std::string path(const std::string &name) const { return directory_ + "/" + name; }
+    std::string readFile(const std::string &name) const;
+    void writeFile(const std::string &name, const std::string &text) const;
+
+    // Sets (or, with std::nullopt, removes) one property of a store in the fixture.
+    void setProperty(const std::string &store, const std::string &section, const std::string &name,
+                     const std::optional<std::string> &value) const;
+
+private:
+    struct Added {
+        uint64_t id;
+        std::string store;
+        std::string logDirectory;
+    };
+    std::string directory_;
+    std::string globalStore_;
+    std::optional<std::string> savedEnvironment_;
+    std::vector<Added> products_;
+};
+
+}  // namespace zelk::test
+
+#endif
