@@ -6,6 +6,8 @@
  * byte layout.  Any number of writers, in any number of processes, may append to the
  * same file: every append is one whole record, taken under an exclusive lock of the
  * file, so records never interleave.  Readers take no lock and see whole records only.
+ * One writer may also be shared by threads: each append is a single write of the whole
+ * record on a descriptor in append mode.
  *
  * All functions return a result code (0 on success) and never throw.  C-callable.
  */
@@ -67,7 +69,8 @@ ZELKLOG_API uint32_t zelkLogWriterClose(ZelkLogWriter *writer);
  * argument section.  Strings are written as their bytes (they should be UTF-8); a null
  * string is an empty field.  Codes: 0; 3 (null argument, unknown format or kind, a
  * message identifier over 10 digits, an argument of type 6 or unknown type, a wide
- * character that is not a Unicode scalar value, argument lists nested deeper than 32);
+ * character that is not a Unicode scalar value, more than 32 levels of argument lists,
+ * the top list counting as one - the decoder reads no deeper);
  * ZELKLOG_RC_RECORD_TOO_LONG when the text does not fit into `capacity` or is longer
  * than 4095 bytes. */
 ZELKLOG_API uint32_t zelkLogSerializeMsg(const ZelkLogMsg *record, uint64_t format, char *text,

@@ -59,8 +59,8 @@ inline bool validFormat(uint64_t format)
     return format >= ZELKLOG_FORMAT_10004 && format <= ZELKLOG_FORMAT_10008;
 }
 
-// Checksum of a frame: over its two length bytes and its text.
-uint32_t frameChecksum(const unsigned char *lengthBytes, const unsigned char *text, size_t length);
+// Checksum of a frame's text of `length` bytes (the length is part of the sum).
+uint32_t frameChecksum(const unsigned char *text, size_t length);
 
 // Fills the header of a new file.
 void encodeHeader(unsigned char (&out)[kHeaderSize], uint64_t format, const char *text, size_t textLength,

@@ -1,8 +1,9 @@
 // The log-file header: building, checking and reading it, and ReadHeader.
 #include "log_format.h"
 
+#include <fcntl.h>
 #include <unistd.h>
-#include <zlib.h>
+#include <xxhash.h>
 
 #include <cerrno>
 
@@ -12,18 +13,28 @@ namespace {
 uint32_t headerChecksum(const unsigned char *bytes)
 {
     // The writer count changes in place while the file lives; it stays outside the sum.
-    uLong sum = crc32(0L, Z_NULL, 0);
-    sum = crc32(sum, bytes, kOffWriters);
-    sum = crc32(sum, bytes + kOffTextLength, kOffChecksum - kOffTextLength);
-    return uint32_t(sum);
+    XXH64_hash_t head = XXH3_64bits(bytes, kOffWriters);
+    return uint32_t(XXH3_64bits_withSeed(bytes + kOffTextLength, kOffChecksum - kOffTextLength, head));
+}
+
+// Every open writer holds a shared presence lock on the header's first byte.  False only
+// when the system says for sure that no one holds it.
+bool writerPresent(int fd)
+{
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    lock.l_start = 0;
+    lock.l_len = 1;
+    return fcntl(fd, F_OFD_GETLK, &lock) != 0 || lock.l_type != F_UNLCK;
 }
 
 }  // namespace
 
-uint32_t frameChecksum(const unsigned char *lengthBytes, const unsigned char *text, size_t length)
+uint32_t frameChecksum(const unsigned char *text, size_t length)
 {
-    uLong sum = crc32(0L, lengthBytes, 2);
-    return uint32_t(crc32(sum, text, uInt(length)));
+    // Seeded with the length, so a damaged length field fails the check as well.
+    return uint32_t(XXH3_64bits_withSeed(text, length, XXH64_hash_t(length)));
 }
 
 void encodeFrame(unsigned char *out, const char *text, size_t length)
@@ -32,7 +43,7 @@ void encodeFrame(unsigned char *out, const char *text, size_t length)
     out[1] = kFrameMark1;
     store16(out + 2, uint16_t(length));
     std::memcpy(out + kFrameHeader, text, length);
-    store32(out + 4, frameChecksum(out + 2, out + kFrameHeader, length));
+    store32(out + 4, frameChecksum(out + kFrameHeader, length));
 }
 
 void encodeHeader(unsigned char (&out)[kHeaderSize], uint64_t format, const char *text, size_t textLength,
@@ -86,6 +97,8 @@ uint32_t readHeaderFromFd(int fd, ZelkLogFileHeader *header)
     }
     if (!decodeHeader(bytes, got, header, nullptr))
         return ZELKLOG_RC_NOT_A_LOG_FILE;
+    if ((header->flags & ZELKLOG_HEADER_WRITER_ACTIVE) != 0 && !writerPresent(fd))
+        header->flags &= ~ZELKLOG_HEADER_WRITER_ACTIVE;  // left behind by a writer that died
     return (header->flags & ZELKLOG_HEADER_WRITER_ACTIVE) != 0 ? ZELKLOG_RC_HEADER_NOTICE : ZELKLOG_RC_OK;
 }
 

@@ -60,6 +60,7 @@ bool Reader::attach()
     // handle's logical position with an empty buffer.
     off_t position = lseek(file_->fd, ahead > 0 ? -off_t(ahead) : 0, SEEK_CUR);
     s_.begin = s_.end = 0;
+    s_.chunk = kFirstChunk;
     if (position < 0) {
         s_.endOffset = -1;
         return false;
@@ -86,7 +87,10 @@ bool Reader::fill(size_t need)
         s_.begin = 0;
     }
     while (avail() < need && !eof_) {
-        ssize_t n = ::read(file_->fd, data_ + s_.end, kDataCapacity - s_.end);
+        size_t want = std::min(kDataCapacity - s_.end, std::max(size_t(s_.chunk), need - avail()));
+        if (s_.chunk < kDataCapacity)
+            s_.chunk *= 2;  // reading on: soon whole buffers
+        ssize_t n = ::read(file_->fd, data_ + s_.end, want);
         if (n < 0 && errno == EINTR)
             continue;
         if (n <= 0) {
@@ -118,7 +122,7 @@ Reader::Frame Reader::frameAt(size_t index) const
         return Frame::Broken;
     if (have < kFrameHeader + length)
         return Frame::Incomplete;
-    return load32(p + 4) == frameChecksum(p + 2, p + kFrameHeader, length) ? Frame::Good : Frame::Broken;
+    return load32(p + 4) == frameChecksum(p + kFrameHeader, length) ? Frame::Good : Frame::Broken;
 }
 
 // True when a whole, valid frame starts somewhere in [from, end): the bytes before it

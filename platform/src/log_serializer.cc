@@ -11,7 +11,7 @@
 namespace zelk::core::logfile {
 namespace {
 
-constexpr int kMaxNesting = 32;
+constexpr int kMaxNesting = 32;  // levels of argument lists, the top list counting as one
 constexpr uint64_t kMaxMessageId = 9999999999ull;  // the identifier field holds 10 digits
 
 // Bounded output: every append checks the room left; once full, it stays failed.
@@ -157,7 +157,7 @@ uint32_t argument(Text &out, const ZelkLogMsgArg &arg, int depth)
 
 uint32_t argumentList(Text &out, const ZelkLogMsgArgList &list, int depth)
 {
-    if (depth > kMaxNesting || list.msgId > kMaxMessageId)
+    if (depth >= kMaxNesting || list.msgId > kMaxMessageId)
         return ZELKLOG_RC_BAD_ARGUMENT;
     out.put('(');
     out.number(list.msgId);

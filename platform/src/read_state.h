@@ -17,12 +17,17 @@ struct ReadState {
     uint32_t begin;     // first unread byte in the data area
     uint32_t end;       // end of the bytes read into the data area
     int64_t endOffset;  // file offset of data[end]; -1 unknown
+    uint32_t chunk;     // bytes asked of the next read: small after a move, then growing
+    uint32_t reserved;
 };
 
 inline constexpr uint32_t kReadStateMagic = 0x5a52534bu;
 // Set from a negative readerState: damaged stretches of the file are handed out as
 // records (for the corrupt-record report) instead of being skipped.
 inline constexpr uint32_t kReportCorrupt = 1u;
+// First read after opening or moving: a reader that merges files reopens them at a saved
+// position for one record or a few, so it does not pay for a whole buffer each time.
+inline constexpr uint32_t kFirstChunk = 4096;
 inline constexpr size_t kStateSize = sizeof(ReadState);
 inline constexpr size_t kDataCapacity = sizeof(LogOsFile::area) - kStateSize;
 
@@ -39,7 +44,7 @@ inline void storeState(LogOsFile *file, const ReadState &state)
 }
 inline ReadState freshState()
 {
-    return ReadState{kReadStateMagic, 0, 0, 0, -1};
+    return ReadState{kReadStateMagic, 0, 0, 0, -1, kFirstChunk, 0};
 }
 
 }  // namespace zelk::core::logfile
