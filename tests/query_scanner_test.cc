@@ -237,3 +237,17 @@ TEST(ErrorRoutine, MessagesToCodes)
 }
 
 }  // namespace
+
+namespace {
+
+#if !defined(__SANITIZE_ADDRESS__)
+// The scanner's buffer functions end the process when memory runs out (here: a buffer
+// size no allocation can satisfy).
+TEST(ScannerDeathTest, OutOfMemoryEndsTheProcessWithStatusTwo)
+{
+    EXPECT_EXIT(yy_create_buffer(nullptr, -5), ::testing::ExitedWithCode(2),
+                "^out of dynamic memory in yy_create_buffer\\(\\)\n$");
+}
+#endif
+
+}  // namespace
