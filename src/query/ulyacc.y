@@ -119,8 +119,12 @@ uint32_t buildBetween(QueryParseContext *context, uint64_t field, QueryNode *low
         code = joinOperands(context, AND, lower, upper, result);
     else if (code == 0)
         code = ZELKLOG_RC_NO_MEMORY;
-    if (code == 0)
-        return countOperators(context, 2) == 0 ? 0 : (removeTree(*result), ZELKLOG_RC_QUERY_TOO_LARGE);
+    if (code == 0) {
+        // joinOperands counted the AND; the two comparisons count as well.
+        if ((code = countOperators(context, 2)) != 0)
+            removeTree(*result);
+        return code;
+    }
     if (lower == nullptr) {
         removeTree(lowField);
         removeTree(low);
