@@ -142,6 +142,9 @@ TEST(ScannerInput, HandsOverPiecesAndReportsTheEnd)
     EXPECT_EQ(yyiseob() + myinput(buffer, sizeof buffer), 1u);
     yyunsetbuffer();
     EXPECT_EQ(yysetbuffer(nullptr) + yyiseob() + yywrap(), 2);
+    ASSERT_EQ(yysetbuffer("PID 'x'"), 1);  // no value record: codes only
+    EXPECT_EQ(yylex(nullptr) + yylex(nullptr), KEYWORDS + STRINGCONST);
+    yyunsetbuffer();
 }
 
 TEST(ErrorRoutine, MessagesToCodes)
