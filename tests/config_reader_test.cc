@@ -9,7 +9,7 @@
 namespace {
 
 using zelk::test::ConfigFixture;
-using zelk::test::ProductSpec;
+using zelk::test::ProductEntry;
 
 struct ConfigArray {
     ZelkLogProductCfg *records[ZELKLOG_MAX_PRODUCTS] = {};
@@ -22,7 +22,7 @@ struct ConfigArray {
     ~ConfigArray() { FreeConfigArray(records, count); }
 };
 
-std::vector<ProductSpec> twoProducts()
+std::vector<ProductEntry> twoProducts()
 {
     return {
         {7, {"billing", "Bill"}, "", {{112, {"main"}, 0, {}}, {5, {"worker", "batch"}, 9, {"jobs", "queue"}}}, "fmt7", ""},
@@ -107,22 +107,6 @@ TEST(ConfigReader, MissingGlobalStoreIsReportedWithNoRecord)
     EXPECT_EQ(array.code, ZELKLOG_RC_STORE_UNAVAILABLE);
     EXPECT_EQ(array.count, 0u);
     EXPECT_EQ(zelkLogReadAllCfg(0, 1024, nullptr, &array.count), ZELKLOG_RC_BAD_ARGUMENT);
-}
-
-TEST(ConfigReader, ValidityChecks)
-{
-    EXPECT_FALSE(isProdIdValid(0));
-    EXPECT_TRUE(isProdIdValid(999999999999999ull));
-    EXPECT_FALSE(isProdIdValid(1000000000000000ull));
-    EXPECT_FALSE(isOrigIdValid(0));
-    EXPECT_TRUE(isOrigIdValid(UINT64_MAX));
-    std::string longest(400, 'n');
-    EXPECT_TRUE(isLogSetValid(longest.c_str()));
-    EXPECT_FALSE(isLogSetValid((longest + "n").c_str()));
-    EXPECT_FALSE(isLogSetValid(""));
-    EXPECT_FALSE(isLogSetValid(nullptr));
-    EXPECT_FALSE(isLogSetValid("night\nly"));
-    EXPECT_TRUE(isLogSetValid("nightly run #2"));
 }
 
 }  // namespace

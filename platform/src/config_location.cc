@@ -5,6 +5,7 @@
 #include "zelkLogPropertyStore.h"
 
 #include <cstdlib>
+#include <memory>
 #include <new>
 #include <string>
 
@@ -25,11 +26,11 @@ ZELKLOG_API uint32_t GetProductCfgPath(const char *globalLocation, uint64_t prod
     if (globalLocation == nullptr)
         globalLocation = GetZelkLogCfgLoc();
     try {
-        zelk::store::StoreData data;
-        uint32_t code = zelk::store::loadStore(globalLocation, data);
+        std::shared_ptr<const zelk::store::StoreData> data;
+        uint32_t code = zelk::store::loadShared(globalLocation, data);
         if (code != 0)
             return code;
-        const zelk::store::Section *product = data.find(std::to_string(productId));
+        const zelk::store::Section *product = data->find(std::to_string(productId));
         const std::string *storePath = product == nullptr ? nullptr : product->get(ZELKLOG_CFG_CONFIG_PATH);
         if (storePath == nullptr)
             return UTI_PS_NO_STORE;

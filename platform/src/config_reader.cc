@@ -11,6 +11,7 @@
 #include "zelkLogConfigLayout.h"
 #include "zelkLogPropertyStore.h"
 
+#include <memory>
 #include <new>
 #include <string_view>
 
@@ -97,11 +98,11 @@ uint32_t readProduct(const Section &section, ZelkLogProductCfg *&record)
     if (const std::string *storePath = section.get(ZELKLOG_CFG_CONFIG_PATH)) {
         data.storePath = *storePath;
         if (!data.storePath.empty()) {
-            StoreData store;
-            uint32_t code = zelk::store::loadStore(data.storePath, store);
+            std::shared_ptr<const StoreData> store;
+            uint32_t code = zelk::store::loadShared(data.storePath, store);
             if (code != 0)
                 return utipsres2zelklogres(code);
-            code = readOriginators(store, data.originators);
+            code = readOriginators(*store, data.originators);
             if (code != 0)
                 return code;
         }
@@ -130,10 +131,11 @@ ZELKLOG_API uint32_t zelkLogReadAllCfg(uint32_t /*flags*/, uint32_t capacity, Ze
         return ZELKLOG_RC_BAD_ARGUMENT;
     *count = 0;
     try {
-        StoreData global;
-        uint32_t code = zelk::store::loadStore(GetZelkLogCfgLoc(), global);
+        std::shared_ptr<const StoreData> store;
+        uint32_t code = zelk::store::loadShared(GetZelkLogCfgLoc(), store);
         if (code != 0)
             return utipsres2zelklogres(code);
+        const StoreData &global = *store;
         uint32_t result = 0;
         for (size_t i = 0; i < global.namedCount(); ++i) {
             const Section &section = global.named(i);

@@ -9,6 +9,7 @@
 #include "zelkLogPropertyStore.h"
 
 #include <cstring>
+#include <memory>
 #include <new>
 
 namespace {
@@ -20,7 +21,7 @@ struct OpenStore {
     std::string location;
     std::string path;  // section the handle works on; "" is the top
     uint32_t flag = 0;
-    StoreData data;
+    std::shared_ptr<const StoreData> data;  // never null once open
 };
 
 OpenStore *openStore(UtiPropertyStore *handle)
@@ -42,7 +43,7 @@ uint32_t guarded(Body body)
 }
 
 uint32_t attach(UtiPropertyStore *handle, const char *location, const char *path, uint32_t flag,
-                StoreData data)
+                std::shared_ptr<const StoreData> data)
 {
     auto *store = new OpenStore{location, path, flag, std::move(data)};
     handle->state = store;
@@ -55,7 +56,7 @@ uint32_t change(OpenStore &store, const std::function<uint32_t(StoreData &)> &ed
     StoreData after;
     uint32_t code = zelk::store::updateStore(store.location, false, edit, &after);
     if (code == 0)
-        store.data = std::move(after);
+        store.data = std::make_shared<const StoreData>(std::move(after));
     return code;
 }
 
@@ -74,11 +75,11 @@ ZELKLOG_API uint32_t utiOpenPropertyStore(const char *location, const char *prop
     if (propertyPath == nullptr || (flag == UTI_PS_OPEN_PRODUCT_REMOVAL && *propertyPath == '\0'))
         return UTI_PS_BAD_ARGUMENT;
     return guarded([&] {
-        StoreData data;
-        uint32_t code = zelk::store::loadStore(location, data);
+        std::shared_ptr<const StoreData> data;
+        uint32_t code = zelk::store::loadShared(location, data);
         if (code != 0)
             return code;
-        if (*propertyPath != '\0' && data.find(propertyPath) == nullptr)
+        if (*propertyPath != '\0' && data->find(propertyPath) == nullptr)
             return UTI_PS_NOT_FOUND;
         return attach(handle, location, propertyPath, flag, std::move(data));
     });
@@ -95,6 +96,12 @@ ZELKLOG_API uint32_t CreatePropertyString(const char *location, const char *prop
     if (propertyPath == nullptr)
         return UTI_PS_BAD_ARGUMENT;
     return guarded([&] {
+        // A store that already holds the section is opened without the writers' lock,
+        // so readers need no write access to the store's directory.
+        std::shared_ptr<const StoreData> existing;
+        if (zelk::store::loadShared(location, existing) == 0 &&
+            (*propertyPath == '\0' || existing->find(propertyPath) != nullptr))
+            return attach(handle, location, propertyPath, 0, std::move(existing));
         StoreData data;
         std::string path = propertyPath;
         uint32_t code = zelk::store::updateStore(
@@ -108,7 +115,7 @@ ZELKLOG_API uint32_t CreatePropertyString(const char *location, const char *prop
             &data);
         if (code != 0)
             return code;
-        return attach(handle, location, propertyPath, 0, std::move(data));
+        return attach(handle, location, propertyPath, 0, std::make_shared<const StoreData>(std::move(data)));
     });
 }
 
@@ -126,9 +133,9 @@ ZELKLOG_API uint32_t utiEnumProductId(UtiPropertyStore *handle, uint32_t index, 
     OpenStore *store = openStore(handle);
     if (store == nullptr || name == nullptr || length == nullptr || *length == 0)
         return UTI_PS_BAD_ARGUMENT;
-    if (index >= store->data.namedCount())
+    if (index >= store->data->namedCount())
         return UTI_PS_END;
-    const std::string &section = store->data.named(index).name;
+    const std::string &section = store->data->named(index).name;
     // A name that does not fit is cut; the length tells the full size.
     size_t copied = section.size() < *length ? section.size() : *length - 1;
     std::memcpy(name, section.data(), copied);
@@ -144,7 +151,7 @@ ZELKLOG_API uint32_t utiGetPropertyAsStr(UtiPropertyStore *handle, const char *n
         *value = nullptr;
     if (store == nullptr || name == nullptr || *name == '\0' || value == nullptr)
         return UTI_PS_BAD_ARGUMENT;
-    const Section *section = store->data.find(store->path);
+    const Section *section = store->data->find(store->path);
     const std::string *text = section == nullptr ? nullptr : section->get(name);
     if (text == nullptr)
         return UTI_PS_NOT_FOUND;

@@ -80,7 +80,9 @@ private:
     int fd_ = -1;
 };
 
-uint32_t readWhole(const std::string &location, std::string &text)
+}  // namespace
+
+uint32_t readStoreText(const std::string &location, std::string &text)
 {
     Descriptor fd(::open(location.c_str(), O_RDONLY | O_CLOEXEC));
     if (fd.get() < 0)
@@ -110,6 +112,8 @@ uint32_t readWhole(const std::string &location, std::string &text)
     text.resize(done);
     return 0;
 }
+
+namespace {
 
 uint32_t writeAll(int fd, const std::string &text)
 {
@@ -182,7 +186,7 @@ uint32_t loadStore(const std::string &location, StoreData &out)
     if (location.empty())
         return UTI_PS_OPEN_FAILED;
     std::string text;
-    uint32_t code = readWhole(location, text);
+    uint32_t code = readStoreText(location, text);
     return code != 0 ? code : parseStore(text, out);
 }
 

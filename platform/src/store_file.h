@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 
 namespace zelk::store {
@@ -13,6 +14,10 @@ namespace zelk::store {
 // Reads and parses the store at location: 0, UTI_PS_NO_STORE, UTI_PS_DENIED,
 // UTI_PS_CORRUPT, UTI_PS_IO_ERROR or UTI_PS_NO_MEMORY.
 uint32_t loadStore(const std::string &location, StoreData &out);
+
+// As loadStore, for readers: stores read again unchanged share one parsed form (see
+// store_cache.cc), so opening the same store many times costs a read, not a parse.
+uint32_t loadShared(const std::string &location, std::shared_ptr<const StoreData> &out);
 
 // What a change asks of updateStore besides a store code.
 constexpr uint32_t kUnchanged = 0xFFFFFFFFu;  // success, nothing to write
@@ -30,6 +35,9 @@ uint32_t deleteStore(const std::string &location);
 
 // The store code for an errno value.
 uint32_t codeForErrno(int error);
+
+// The whole file at location (at most UTI_PS_MAX_FILE_SIZE bytes).
+uint32_t readStoreText(const std::string &location, std::string &text);
 
 }  // namespace zelk::store
 

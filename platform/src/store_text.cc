@@ -18,30 +18,26 @@
 #include "store_data.h"
 #include "zelkLogPropertyStore.h"
 
-#include <ini.h>
+#include "inih_options.h"
 
 #include <cstring>
-#include <mutex>
 #include <new>
 
 namespace zelk::store {
 namespace {
 
-void configureInih()
+// Lines of any length (up to the largest readable store), no continuation lines, no
+// inline comments (values keep every ';'), stop at the first error.
+zelk::core::InihOptions storeOptions()
 {
-    static std::once_flag once;
-    std::call_once(once, [] {
-        // Lines of any length (up to the largest readable store), no continuation
-        // lines, no inline comments (values keep every ';'), stop at the first error.
-        ini_use_stack = false;
-        ini_allow_realloc = true;
-        ini_max_line = static_cast<int>(UTI_PS_MAX_FILE_SIZE + 4);
-        ini_allow_multiline = false;
-        ini_allow_inline_comments = false;
-        ini_allow_no_value = false;
-        ini_stop_on_first_error = true;
-        ini_allow_bom = true;
-    });
+    zelk::core::InihOptions options;
+    options.multiline = false;
+    options.inlineComments = false;
+    options.stopOnFirstError = true;
+    options.useStack = false;
+    options.allowRealloc = true;
+    options.maxLine = static_cast<int>(UTI_PS_MAX_FILE_SIZE + 4);
+    return options;
 }
 
 bool isBlank(char c)
@@ -203,12 +199,11 @@ uint32_t parseStore(std::string_view text, StoreData &out)
 {
     if (text.size() > UTI_PS_MAX_FILE_SIZE || text.find('\0') != std::string_view::npos)
         return UTI_PS_CORRUPT;
-    configureInih();
     out = StoreData();
     ParseState state;
     state.text = text;
     state.data = &out;
-    int result = ini_parse_stream(readLine, &state, onProperty, &state);
+    int result = zelk::core::parseWithOptions(storeOptions(), readLine, &state, onProperty, &state);
     if (state.noMemory || result == -2)
         return UTI_PS_NO_MEMORY;
     return result == 0 ? 0u : UTI_PS_CORRUPT;

@@ -23,7 +23,7 @@ std::string joined(const std::vector<std::string> &names)
 
 }  // namespace
 
-ConfigFixture::ConfigFixture(const std::vector<ProductSpec> &products)
+ConfigFixture::ConfigFixture(const std::vector<ProductEntry> &products)
 {
     std::string pattern = (std::filesystem::temp_directory_path() / "zelkcfg.XXXXXX").string();
     if (::mkdtemp(&pattern[0]) == nullptr)
@@ -36,7 +36,7 @@ ConfigFixture::ConfigFixture(const std::vector<ProductSpec> &products)
     UtiPropertyStore handle{};
     EXPECT_EQ(CreatePropertyString(globalStore_.c_str(), "", &handle), 0u) << globalStore_;
     utiClosePropertyStore(&handle);
-    for (const ProductSpec &product : products)
+    for (const ProductEntry &product : products)
         addProduct(product);
 }
 
@@ -62,7 +62,7 @@ void ConfigFixture::setProperty(const std::string &store, const std::string &sec
     EXPECT_EQ(code, 0u) << store << " [" << section << "] " << name;
 }
 
-void ConfigFixture::addProduct(const ProductSpec &product)
+void ConfigFixture::addProduct(const ProductEntry &product)
 {
     std::string id = std::to_string(product.id);
     Added added{product.id, path(product.storeName.empty() ? "product-" + id + ".conf" : product.storeName),
@@ -81,7 +81,7 @@ void ConfigFixture::addProduct(const ProductSpec &product)
     UtiPropertyStore handle{};
     EXPECT_EQ(CreatePropertyString(added.store.c_str(), "", &handle), 0u) << added.store;
     utiClosePropertyStore(&handle);
-    for (const OriginatorSpec &originator : product.originators) {
+    for (const OriginatorEntry &originator : product.originators) {
         std::string section = originator.id == ZELKLOG_DEFAULT_ORIGINATOR ? std::string(ZELKLOG_CFG_DEFAULT_SECTION)
                                                                           : std::to_string(originator.id);
         setProperty(added.store, section, ZELKLOG_CFG_NAMES, joined(originator.names));

@@ -21,8 +21,8 @@
 
 namespace zelk::test {
 
-struct OriginatorSpec {
-    OriginatorSpec(uint64_t id_ = 0, std::vector<std::string> names_ = {}, uint64_t fileId_ = 0,
+struct OriginatorEntry {
+    OriginatorEntry(uint64_t id_ = 0, std::vector<std::string> names_ = {}, uint64_t fileId_ = 0,
                    std::vector<std::string> fileNames_ = {})
         : id(id_), names(std::move(names_)), fileId(fileId_), fileNames(std::move(fileNames_))
     {
@@ -33,9 +33,9 @@ struct OriginatorSpec {
     std::vector<std::string> fileNames;  // "FileNames"
 };
 
-struct ProductSpec {
-    ProductSpec(uint64_t id_ = 0, std::vector<std::string> names_ = {}, std::string logDirectory_ = {},
-                std::vector<OriginatorSpec> originators_ = {}, std::string formatResource_ = {},
+struct ProductEntry {
+    ProductEntry(uint64_t id_ = 0, std::vector<std::string> names_ = {}, std::string logDirectory_ = {},
+                std::vector<OriginatorEntry> originators_ = {}, std::string formatResource_ = {},
                 std::string storeName_ = {})
         : id(id_), names(std::move(names_)), logDirectory(std::move(logDirectory_)),
           originators(std::move(originators_)), formatResource(std::move(formatResource_)),
@@ -45,20 +45,20 @@ struct ProductSpec {
     uint64_t id;
     std::vector<std::string> names;      // "Names"
     std::string logDirectory;            // "": <directory>/logs/<id>/, created
-    std::vector<OriginatorSpec> originators;
+    std::vector<OriginatorEntry> originators;
     std::string formatResource;          // "": not written
     std::string storeName;               // product store file in the directory; "": product-<id>.conf
 };
 
 class ConfigFixture {
 public:
-    explicit ConfigFixture(const std::vector<ProductSpec> &products = {});
+    explicit ConfigFixture(const std::vector<ProductEntry> &products = {});
     ~ConfigFixture();
     ConfigFixture(const ConfigFixture &) = delete;
     ConfigFixture &operator=(const ConfigFixture &) = delete;
 
     // Writes one more product (its global section and its own store).
-    void addProduct(const ProductSpec &product);
+    void addProduct(const ProductEntry &product);
 
     const std::string &directory() const { return directory_; }
     const std::string &globalStore() const { return globalStore_; }

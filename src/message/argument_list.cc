@@ -1,0 +1,83 @@
+// Argument lists: the message id, then tagged arguments up to ")".
+#include "message/argument_list.h"
+
+#include "message/number_rules.h"
+#include "zelkLogCore.h"
+
+#include <cstring>
+
+namespace zelk::message {
+
+namespace {
+constexpr size_t kMaxMessageIdChars = 10;
+}  // namespace
+
+uint32_t readArgumentList(TextCursor &cursor, ZelkLogMsgArgList *list, int depth)
+{
+    if (depth > kMaxListDepth || cursor.pos >= cursor.end || *cursor.pos != '(')
+        return ZELKLOG_RC_FAILURE;
+    ++cursor.pos;
+    if (cursor.pos >= cursor.end)
+        return ZELKLOG_RC_FAILURE;
+    size_t window = cursor.remaining() < kMaxMessageIdChars + 1 ? cursor.remaining() : kMaxMessageIdChars + 1;
+    const char *bar = static_cast<const char *>(std::memchr(cursor.pos, '|', window));
+    if (bar == nullptr || bar == cursor.pos || !readUnsigned(cursor.pos, bar, &list->msgId))
+        return ZELKLOG_RC_FAILURE;
+    cursor.pos += (bar - cursor.pos) + 1;
+    list->listInfo = 0;
+    list->args = nullptr;
+
+    while (true) {
+        if (cursor.pos >= cursor.end)  // the terminator is no tag
+            return ZELKLOG_RC_FAILURE;
+        char tag = *cursor.pos++;
+        if (tag == ')')
+            return ZELKLOG_RC_OK;
+        auto *arg = static_cast<ZelkLogMsgArg *>(zelkLogMalloc(sizeof(ZelkLogMsgArg)));
+        if (arg == nullptr)
+            return ZELKLOG_RC_NO_MEMORY;
+        std::memset(arg, 0, sizeof *arg);
+        uint32_t rc = readArgumentValue(cursor, tag, arg, depth);
+        if (rc != ZELKLOG_RC_OK) {
+            zelkLogFree(arg);  // a failed decode leaves nothing owned in it
+            return rc;
+        }
+        rc = zelkLisAddArg(list, arg);
+        if (rc != ZELKLOG_RC_OK) {
+            releaseArgument(arg);
+            return rc;
+        }
+    }
+}
+
+void releaseArgument(ZelkLogMsgArg *arg)
+{
+    if (arg->ownsValue != 0) {
+        switch (arg->type) {
+        case ZELKLOG_ARG_WSTRING: zelkLogFree(arg->value.wideString); break;
+        case ZELKLOG_ARG_XSTRING:
+        case ZELKLOG_ARG_STRING: zelkLogFree(arg->value.string); break;
+        case ZELKLOG_ARG_LIST:
+            if (arg->value.list != nullptr) {
+                releaseArgumentList(arg->value.list);
+                zelkLogFree(arg->value.list);
+            }
+            break;
+        default: break;
+        }
+    }
+    zelkLogFree(arg);
+}
+
+void releaseArgumentList(ZelkLogMsgArgList *list)
+{
+    if (list->args != nullptr) {
+        for (ZelkLogMsgArg **slot = list->args; *slot != nullptr; ++slot)
+            releaseArgument(*slot);
+        zelkLogFree(list->args);
+    }
+    list->args = nullptr;
+    list->listInfo = 0;
+}
+
+}  // namespace zelk::message

@@ -1,0 +1,31 @@
+// The argument section: "(" message-id "|" arguments ")", arguments possibly nesting
+// further lists.
+#ifndef ZELKLOG_MESSAGE_ARGUMENT_LIST_H
+#define ZELKLOG_MESSAGE_ARGUMENT_LIST_H
+
+#include "message/text_cursor.h"
+#include "zelkLogRead.h"
+
+#include <cstdint>
+
+namespace zelk::message {
+
+// Deepest nesting of argument lists, the top-level list counting as 1.  A deeper list
+// is refused with code 1 so that corrupt text cannot exhaust the stack.
+constexpr int kMaxListDepth = 32;
+
+// Reads a list starting at the cursor ("(") into `list`, which the caller has cleared.
+// On failure the arguments already added stay in `list`.
+uint32_t readArgumentList(TextCursor &cursor, ZelkLogMsgArgList *list, int depth);
+
+// Decodes the argument whose tag was just taken into `arg` (type, ownsValue, value).
+uint32_t readArgumentValue(TextCursor &cursor, char tag, ZelkLogMsgArg *arg, int depth);
+
+// Releases what the list owns (arguments, their values, nested lists); the holder stays.
+void releaseArgumentList(ZelkLogMsgArgList *list);
+// Releases an argument's owned value and the argument itself.
+void releaseArgument(ZelkLogMsgArg *arg);
+
+}  // namespace zelk::message
+
+#endif

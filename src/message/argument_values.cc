@@ -1,0 +1,208 @@
+// The tagged arguments of an argument list: counted strings, typed numbers and nested
+// lists.
+#include "message/argument_list.h"
+
+#include "message/field_readers.h"
+#include "message/number_rules.h"
+#include "zelkLogCore.h"
+
+#include <cstring>
+
+namespace zelk::message {
+
+namespace {
+
+constexpr size_t kMaxNumberChars = 20;   // "u" and "9" values
+constexpr uint64_t kMaxWidth = 64;       // "9" and "C" widths
+constexpr size_t kMaxDecimalChars = 200; // "8" tokens
+
+// A typed-number token runs to the next "|", which becomes NUL; the cursor moves behind.
+bool cutToken(TextCursor &cursor, const char **begin, const char **end)
+{
+    char *bar = static_cast<char *>(std::memchr(cursor.pos, '|', cursor.remaining()));
+    if (bar == nullptr)
+        return false;
+    *bar = '\0';
+    *begin = cursor.pos;
+    *end = bar;
+    cursor.pos = bar + 1;
+    return true;
+}
+
+// A sized token: prefix ":" number.  The number runs from behind the ":" to the token's end.
+struct SizedToken {
+    uint64_t prefix;
+    const char *number;
+    const char *numberEnd;
+
+    size_t numberChars() const { return static_cast<size_t>(numberEnd - number); }
+};
+
+uint32_t cutSizedToken(TextCursor &cursor, SizedToken *token)
+{
+    const char *begin;
+    const char *end;
+    const char *colon;
+    if (!cutToken(cursor, &begin, &end) || !readCountPrefix(begin, end, &token->prefix, &colon))
+        return ZELKLOG_RC_FAILURE;
+    token->number = colon + 1;
+    token->numberEnd = end;
+    return ZELKLOG_RC_OK;
+}
+
+uint32_t readSignedSized(TextCursor &cursor, uint32_t type, ZelkLogMsgArg *arg)
+{
+    SizedToken token;
+    if (cutSizedToken(cursor, &token) != ZELKLOG_RC_OK ||
+        !readSigned64(token.number, token.numberEnd, &arg->value.sizedInt.value))
+        return ZELKLOG_RC_FAILURE;
+    arg->type = type;
+    arg->value.sizedInt.size = static_cast<uint16_t>(token.prefix);
+    return ZELKLOG_RC_OK;
+}
+
+uint32_t readUnsignedSized(TextCursor &cursor, ZelkLogMsgArg *arg)
+{
+    SizedToken token;
+    if (cutSizedToken(cursor, &token) != ZELKLOG_RC_OK)
+        return ZELKLOG_RC_FAILURE;
+    if (token.numberChars() < 1 || token.numberChars() > kMaxNumberChars)
+        return ZELKLOG_RC_BAD_ARGUMENT;
+    if (!readUnsigned64(token.number, token.numberEnd, &arg->value.sizedUInt.value))
+        return ZELKLOG_RC_FAILURE;
+    arg->type = ZELKLOG_ARG_UINT;
+    arg->value.sizedUInt.size = static_cast<uint16_t>(token.prefix);
+    return ZELKLOG_RC_OK;
+}
+
+uint32_t readUnsignedWide(TextCursor &cursor, ZelkLogMsgArg *arg)
+{
+    SizedToken token;
+    if (cutSizedToken(cursor, &token) != ZELKLOG_RC_OK)
+        return ZELKLOG_RC_FAILURE;
+    if (token.numberChars() < 1 || token.numberChars() > kMaxNumberChars)
+        return ZELKLOG_RC_BAD_ARGUMENT;
+    if (token.prefix > kMaxWidth || !readUnsigned64(token.number, token.numberEnd, &arg->value.uint64))
+        return ZELKLOG_RC_FAILURE;
+    arg->type = ZELKLOG_ARG_UINT64;
+    return ZELKLOG_RC_OK;
+}
+
+uint32_t readSignedWide(TextCursor &cursor, ZelkLogMsgArg *arg)
+{
+    SizedToken token;
+    if (cutSizedToken(cursor, &token) != ZELKLOG_RC_OK || token.prefix > kMaxWidth ||
+        !readSigned64(token.number, token.numberEnd, &arg->value.int64))
+        return ZELKLOG_RC_FAILURE;
+    arg->type = ZELKLOG_ARG_INT64;
+    return ZELKLOG_RC_OK;
+}
+
+uint32_t readDecimal(TextCursor &cursor, ZelkLogMsgArg *arg)
+{
+    const char *begin;
+    const char *end;
+    if (!cutToken(cursor, &begin, &end))
+        return ZELKLOG_RC_FAILURE;
+    size_t chars = static_cast<size_t>(end - begin);
+    if (chars < 1 || chars > kMaxDecimalChars)
+        return ZELKLOG_RC_FAILURE;
+    arg->type = ZELKLOG_ARG_DOUBLE;
+    arg->value.real = readFloating(begin);
+    return ZELKLOG_RC_OK;
+}
+
+uint32_t readWideChar(TextCursor &cursor, ZelkLogMsgArg *arg)
+{
+    const char *data;
+    size_t length;
+    if (readCountedField(cursor, &data, &length) != ZELKLOG_RC_OK)
+        return ZELKLOG_RC_FAILURE;
+    wchar_t *wide = nullptr;
+    if (utf82wcs(data, length, &wide) != ZELKLOG_RC_OK)
+        return ZELKLOG_RC_FAILURE;
+    arg->type = ZELKLOG_ARG_WCHAR;
+    arg->value.wideChar = wide[0];
+    zelkLogFree(wide);
+    return ZELKLOG_RC_OK;
+}
+
+uint32_t readWideString(TextCursor &cursor, ZelkLogMsgArg *arg)
+{
+    const char *data;
+    size_t length;
+    if (readCountedField(cursor, &data, &length) != ZELKLOG_RC_OK)
+        return ZELKLOG_RC_FAILURE;
+    wchar_t *wide = nullptr;
+    if (utf82wcs(data, length, &wide) != ZELKLOG_RC_OK)
+        return ZELKLOG_RC_FAILURE;
+    arg->type = ZELKLOG_ARG_WSTRING;
+    arg->ownsValue = 1;
+    arg->value.wideString = wide;
+    return ZELKLOG_RC_OK;
+}
+
+// "S" and "X": the bytes unchanged, as an owned NUL-terminated copy.
+uint32_t readNarrowString(TextCursor &cursor, uint32_t type, ZelkLogMsgArg *arg)
+{
+    const char *data;
+    size_t length;
+    if (readCountedField(cursor, &data, &length) != ZELKLOG_RC_OK)
+        return ZELKLOG_RC_FAILURE;
+    auto *copy = static_cast<char *>(zelkLogMalloc(length + 1));
+    if (copy == nullptr)
+        return ZELKLOG_RC_NO_MEMORY;
+    std::memcpy(copy, data, length);
+    copy[length] = '\0';
+    arg->type = type;
+    arg->ownsValue = 1;
+    arg->value.string = copy;
+    return ZELKLOG_RC_OK;
+}
+
+// "(": the nested list starts at the tag itself and must be followed by ",".
+uint32_t readNestedList(TextCursor &cursor, ZelkLogMsgArg *arg, int depth)
+{
+    --cursor.pos;
+    if (depth >= kMaxListDepth)
+        return ZELKLOG_RC_FAILURE;
+    auto *holder = static_cast<ZelkLogMsgArgList *>(zelkLogMalloc(sizeof(ZelkLogMsgArgList)));
+    if (holder == nullptr)
+        return ZELKLOG_RC_NO_MEMORY;
+    std::memset(holder, 0, sizeof *holder);
+    uint32_t rc = readArgumentList(cursor, holder, depth + 1);
+    if (rc == ZELKLOG_RC_OK && (cursor.pos >= cursor.end || *cursor.pos != ','))
+        rc = ZELKLOG_RC_FAILURE;
+    if (rc != ZELKLOG_RC_OK) {
+        releaseArgumentList(holder);
+        zelkLogFree(holder);
+        return rc;
+    }
+    ++cursor.pos;
+    arg->type = ZELKLOG_ARG_LIST;
+    arg->ownsValue = 1;
+    arg->value.list = holder;
+    return ZELKLOG_RC_OK;
+}
+
+}  // namespace
+
+uint32_t readArgumentValue(TextCursor &cursor, char tag, ZelkLogMsgArg *arg, int depth)
+{
+    switch (tag) {
+    case '1': return readWideChar(cursor, arg);
+    case 'A': return readWideString(cursor, arg);
+    case 'S': return readNarrowString(cursor, ZELKLOG_ARG_STRING, arg);
+    case 'X': return readNarrowString(cursor, ZELKLOG_ARG_XSTRING, arg);
+    case 'i': return readSignedSized(cursor, ZELKLOG_ARG_INT, arg);
+    case 'D': return readSignedSized(cursor, ZELKLOG_ARG_DINT, arg);
+    case 'u': return readUnsignedSized(cursor, arg);
+    case '9': return readUnsignedWide(cursor, arg);
+    case 'C': return readSignedWide(cursor, arg);
+    case '8': return readDecimal(cursor, arg);
+    case '(': return readNestedList(cursor, arg, depth);
+    default: return ZELKLOG_RC_FAILURE;
+    }
+}
+
+}  // namespace zelk::message

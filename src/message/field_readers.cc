@@ -1,0 +1,127 @@
+// Comma fields, string fields and counted fields.
+#include "message/field_readers.h"
+
+#include "message/number_rules.h"
+#include "zelkLogCore.h"
+
+#include <cstdlib>
+#include <cstring>
+
+namespace zelk::message {
+
+namespace {
+constexpr size_t kMaxPrefixChars = 10;
+
+char *findChar(char *begin, char *end, char wanted)
+{
+    return static_cast<char *>(std::memchr(begin, wanted, static_cast<size_t>(end - begin)));
+}
+}  // namespace
+
+bool cutCommaField(TextCursor &cursor, bool first, const char **begin, const char **end)
+{
+    if (!first) {
+        if (cursor.pos >= cursor.end)  // the field before ended at the end of the text
+            return false;
+        ++cursor.pos;
+    }
+    char *separator = static_cast<char *>(std::memchr(cursor.pos, ',', cursor.remaining()));
+    *begin = cursor.pos;
+    if (separator != nullptr) {
+        *separator = '\0';
+        cursor.pos = separator;
+    } else {
+        cursor.pos = cursor.end;
+    }
+    *end = cursor.pos;
+    return true;
+}
+
+uint32_t readUnsignedField(TextCursor &cursor, bool first, uint64_t *value)
+{
+    const char *begin;
+    const char *end;
+    if (!cutCommaField(cursor, first, &begin, &end) || !readUnsigned(begin, end, value))
+        return ZELKLOG_RC_FAILURE;
+    return ZELKLOG_RC_OK;
+}
+
+uint32_t readSignedField(TextCursor &cursor, int64_t *value)
+{
+    const char *begin;
+    const char *end;
+    if (!cutCommaField(cursor, false, &begin, &end) || !readSigned64(begin, end, value))
+        return ZELKLOG_RC_FAILURE;
+    return ZELKLOG_RC_OK;
+}
+
+uint32_t readPlainIntegerField(TextCursor &cursor, int32_t *value)
+{
+    const char *begin;
+    const char *end;
+    if (!cutCommaField(cursor, false, &begin, &end))
+        return ZELKLOG_RC_FAILURE;
+    *value = readPlainInteger(begin, end);
+    return ZELKLOG_RC_OK;
+}
+
+uint32_t readStringField(TextCursor &cursor, char **out)
+{
+    if (cursor.pos >= cursor.end)
+        return ZELKLOG_RC_FAILURE;
+    char *prefix = cursor.pos + 1;
+    char *colon = findChar(prefix, cursor.end, ':');
+    if (colon == nullptr)
+        return ZELKLOG_RC_FAILURE;
+    size_t prefixChars = static_cast<size_t>(colon - prefix);
+    if (prefixChars < 1 || prefixChars > kMaxPrefixChars)
+        return ZELKLOG_RC_FAILURE;
+    char *data = colon + 1;
+    if (*prefix == '0') {
+        // Only "0" itself is the empty field; its "," stays for the next field to step over.
+        if (prefixChars != 1 || *data != ',')
+            return ZELKLOG_RC_FAILURE;
+        cursor.pos = data;
+        return ZELKLOG_RC_OK;
+    }
+    // atol over at most ten characters cannot overflow; strtol is its defined form.
+    long length = std::strtol(prefix, nullptr, 10);
+    if (length <= 0)
+        return ZELKLOG_RC_FAILURE;
+    size_t bytes = static_cast<size_t>(length);
+    if (bytes >= static_cast<size_t>(cursor.end - data) || data[bytes] != ',')
+        return ZELKLOG_RC_FAILURE;
+    data[bytes] = '\0';
+    cursor.pos = data + bytes;
+    return utf82mbs(data, bytes, out);
+}
+
+bool readCountPrefix(const char *begin, const char *end, uint64_t *value, const char **colon)
+{
+    const auto *found = static_cast<const char *>(std::memchr(begin, ':', static_cast<size_t>(end - begin)));
+    if (found == nullptr)
+        return false;
+    size_t prefixChars = static_cast<size_t>(found - begin);
+    if (prefixChars < 1 || prefixChars > kMaxPrefixChars || !readUnsigned(begin, found, value))
+        return false;
+    *colon = found;
+    return true;
+}
+
+uint32_t readCountedField(TextCursor &cursor, const char **data, size_t *length)
+{
+    uint64_t count = 0;
+    const char *colon = nullptr;
+    if (!readCountPrefix(cursor.pos, cursor.end, &count, &colon))
+        return ZELKLOG_RC_FAILURE;
+    char *start = cursor.pos + (colon - cursor.pos) + 1;
+    // The data and the separator byte behind it must both lie inside the text.
+    if (count >= static_cast<uint64_t>(cursor.end - start))
+        return ZELKLOG_RC_FAILURE;
+    *data = start;
+    *length = static_cast<size_t>(count);
+    cursor.pos = start + count + 1;
+    return ZELKLOG_RC_OK;
+}
+
+}  // namespace zelk::message

@@ -1,0 +1,149 @@
+// Removing a product, an originator or a logset, and the common lock around them.
+#include "config_fixture.h"
+#include "zelkLogCore.h"
+#include "zelkLogRead.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <future>
+#include <thread>
+
+namespace {
+
+using zelk::test::ConfigFixture;
+
+// True when another thread can take the common lock within a second.  A thread that
+// stays blocked is left behind (the test has failed then anyway).
+bool commonLockIsFree()
+{
+    auto taken = std::make_shared<std::promise<void>>();
+    std::future<void> done = taken->get_future();
+    std::thread([taken] {
+        zelkLockCommon("test");
+        zelkUnlockCommon("test");
+        taken->set_value();
+    }).detach();
+    return done.wait_for(std::chrono::seconds(1)) == std::future_status::ready;
+}
+
+std::vector<std::string> sections(const std::string &location)
+{
+    std::vector<std::string> names;
+    UtiPropertyStore store{};
+    uint32_t code = utiOpenPropertyStore(location.c_str(), "", &store, 0);
+    for (uint32_t index = 0; code == 0; ++index) {
+        char name[80];
+        uint32_t length = sizeof name;
+        code = utiEnumProductId(&store, index, name, &length);
+        if (code == 0)
+            names.emplace_back(name);
+    }
+    utiClosePropertyStore(&store);
+    return names;
+}
+
+using Names = std::vector<std::string>;
+
+TEST(Removal, OriginatorSections)
+{
+    ConfigFixture config({{7, {"billing"}, "", {{112, {"main"}}, {5, {"worker"}}}}});
+    config.setProperty(config.productStore(7), "112", "Names", "a section named 112");
+    ASSERT_EQ(sections(config.productStore(7)), (Names{"Default", "5", "112"}));
+    EXPECT_EQ(zelkLogRemoveCfg(7, 112), 0u);
+    EXPECT_EQ(sections(config.productStore(7)), (Names{"5", "112"}));
+    EXPECT_EQ(zelkLogRemoveCfg(7, 5), 0u);
+    EXPECT_EQ(zelkLogRemoveCfg(7, 5), ZELKLOG_RC_UNKNOWN_NAME);
+    EXPECT_EQ(sections(config.productStore(7)), Names{"112"});
+    EXPECT_TRUE(commonLockIsFree());
+}
+
+TEST(Removal, InvalidArgumentsAndMissingStoresLeaveTheLockFree)
+{
+    ConfigFixture config({{7, {"billing"}, "", {{5, {"worker"}}}}});
+    struct Case {
+        const char *what;
+        uint32_t (*remove)();
+        uint32_t code;
+    } cases[] = {
+        {"product 0", [] { return zelkLogRemoveCfg(0, 5); }, ZELKLOG_RC_BAD_ARGUMENT},
+        {"16-digit product", [] { return zelkLogRemoveCfg(1000000000000000ull, 5); }, ZELKLOG_RC_BAD_ARGUMENT},
+        {"originator 0", [] { return zelkLogRemoveCfg(7, 0); }, ZELKLOG_RC_BAD_ARGUMENT},
+        {"empty logset", [] { return zelkLogRemoveLogSetCfg(7, ""); }, ZELKLOG_RC_BAD_ARGUMENT},
+        {"null logset", [] { return zelkLogRemoveLogSetCfg(7, nullptr); }, ZELKLOG_RC_BAD_ARGUMENT},
+        {"401-char logset", [] { return zelkLogRemoveLogSetCfg(7, std::string(401, 'l').c_str()); },
+         ZELKLOG_RC_BAD_ARGUMENT},
+        {"unknown product", [] { return zelkLogRemoveCfg(8, 5); }, ZELKLOG_RC_STORE_UNAVAILABLE},
+        {"unknown product logset", [] { return zelkLogRemoveLogSetCfg(8, "n"); }, ZELKLOG_RC_STORE_UNAVAILABLE},
+        {"unknown product all", [] { return zelkLogRemoveProductAllCfg(8); }, ZELKLOG_RC_STORE_UNAVAILABLE},
+        {"invalid product all", [] { return zelkLogRemoveProductAllCfg(0); }, ZELKLOG_RC_BAD_ARGUMENT},
+    };
+    for (const Case &c : cases) {
+        EXPECT_EQ(c.remove(), c.code) << c.what;
+        EXPECT_TRUE(commonLockIsFree()) << c.what;
+    }
+    EXPECT_EQ(sections(config.productStore(7)), Names{"5"});
+}
+
+TEST(Removal, StoreThatCannotBeOpened)
+{
+    ConfigFixture config({{7, {"billing"}, "", {{5, {"worker"}}}}});
+    std::remove(config.productStore(7).c_str());
+    EXPECT_EQ(zelkLogRemoveCfg(7, 5), 2u);
+    EXPECT_EQ(zelkLogRemoveLogSetCfg(7, "nightly"), 2u);
+    config.writeFile("product-7.conf", "[5\n");
+    EXPECT_EQ(zelkLogRemoveCfg(7, 5), 2u);
+    EXPECT_TRUE(commonLockIsFree());
+}
+
+TEST(Removal, FlatLogSetSections)
+{
+    // A ".conf" anywhere in the path selects the flat form, a directory name included.
+    for (const char *storeName : {"p7.conf", "x.conf.d-prod7"}) {
+        ConfigFixture config({{7, {"billing"}, "", {{5, {"worker"}}}, "", storeName}});
+        config.setProperty(config.productStore(7), "LOGSET.nightly", "Names", "n");
+        config.setProperty(config.productStore(7), "nightly", "Names", "not a logset section");
+        EXPECT_EQ(zelkLogRemoveLogSetCfg(7, "nightly"), 0u) << storeName;
+        EXPECT_EQ(sections(config.productStore(7)), (Names{"5", "nightly"})) << storeName;
+        EXPECT_EQ(zelkLogRemoveLogSetCfg(7, "nightly"), ZELKLOG_RC_UNKNOWN_NAME) << storeName;
+    }
+}
+
+TEST(Removal, NestedAndLongLogSetSections)
+{
+    ConfigFixture config({{7, {"billing"}, "", {{5, {"worker"}}}, "", "prod7"}});
+    std::string nested = config.productStore(7) + "\\LOGSET";
+    std::string longest(400, 'q');
+    config.setProperty(nested, "nightly", "Directory", "/logs/n");
+    config.setProperty(nested, longest, "Directory", "/logs/q");
+    config.setProperty(config.productStore(7), "LOGSET.nightly", "Names", "stays");
+    EXPECT_EQ(zelkLogRemoveLogSetCfg(7, "nightly"), 0u);
+    EXPECT_EQ(zelkLogRemoveLogSetCfg(7, longest.c_str()), 0u);
+    EXPECT_TRUE(sections(nested).empty());
+    EXPECT_EQ(sections(config.productStore(7)), (Names{"5", "LOGSET.nightly"}));
+}
+
+TEST(Removal, WholeProduct)
+{
+    ConfigFixture config({{7, {"billing"}, "", {{5, {"worker"}}}, "", "prod7"}, {12, {"shop"}}});
+    std::string store = config.productStore(7);
+    config.setProperty(store + "\\LOGSET", "nightly", "Directory", "/n");
+    ASSERT_EQ(zelkLogRemoveProductAllCfg(7), 0u);
+    EXPECT_EQ(sections(config.globalStore()), Names{"12"});
+    EXPECT_FALSE(std::filesystem::exists(store));
+    EXPECT_FALSE(std::filesystem::exists(store + "\\LOGSET"));
+    EXPECT_EQ(zelkLogRemoveProductAllCfg(7), ZELKLOG_RC_STORE_UNAVAILABLE);
+}
+
+TEST(Removal, ProductWhoseCoreConfigurationStays)
+{
+    ConfigFixture config({{7, {"billing"}}});
+    // A directory where the product's store should be: the core cannot remove it.
+    std::filesystem::create_directories(config.path("blocked.conf/inner"));
+    config.setProperty(config.globalStore(), "7", "ConfigPath", config.path("blocked.conf"));
+    EXPECT_EQ(zelkLogRemoveProductAllCfg(7), utipsres2zelklogres(6));
+    EXPECT_EQ(sections(config.globalStore()), Names{"7"});
+}
+
+}  // namespace

@@ -1,0 +1,167 @@
+// Settings in the stores and edits of configuration records.
+#include "config_fixture.h"
+#include "zelkLogCore.h"
+#include "zelkLogRead.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+using zelk::test::ConfigFixture;
+
+std::string jvmPath(uint32_t expectedCode = 0)
+{
+    char *path = nullptr;
+    EXPECT_EQ(zelkLogGetJVMPathSetting(&path), expectedCode);
+    std::string value = path == nullptr ? "<null>" : path;
+    zelkLogFree(path);
+    return value;
+}
+
+// A property at the top of a store, read through the store itself.
+std::string storeValue(const std::string &location, const char *section, const char *name)
+{
+    UtiPropertyStore store{};
+    char *value = nullptr;
+    if (utiOpenPropertyStore(location.c_str(), section, &store, 0) == 0)
+        utiGetPropertyAsStr(&store, name, &value);
+    utiClosePropertyStore(&store);
+    std::string text = value == nullptr ? "<none>" : value;
+    zelkLogFree(value);
+    return text;
+}
+
+TEST(Settings, JvmPathRoundTrips)
+{
+    ConfigFixture config;
+    EXPECT_EQ(jvmPath(ZELKLOG_RC_UNKNOWN_NAME), "<null>");
+    const char *values[] = {"/usr/lib/jvm/java-17/bin/java", "", "C:\\Program Files\\java;x = y\n2 "};
+    for (const char *value : values) {
+        ASSERT_EQ(zelkLogAddJVMPathSetting(value), 0u);
+        EXPECT_EQ(jvmPath(), value);
+    }
+    EXPECT_EQ(zelkLogRemoveJVMPathSetting(), 0u);
+    EXPECT_EQ(jvmPath(ZELKLOG_RC_UNKNOWN_NAME), "<null>");
+    EXPECT_EQ(zelkLogRemoveJVMPathSetting(), ZELKLOG_RC_UNKNOWN_NAME);
+    EXPECT_EQ(zelkLogAddJVMPathSetting(nullptr), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(zelkLogGetJVMPathSetting(nullptr), ZELKLOG_RC_BAD_ARGUMENT);
+}
+
+TEST(Settings, UnreachableGlobalStore)
+{
+    ConfigFixture config;
+    ::setenv("ZELKLOG_CONFIG", config.path("no/such/dir/zelklog.conf").c_str(), 1);
+    EXPECT_EQ(zelkLogAddJVMPathSetting("/j"), ZELKLOG_RC_STORE_UNAVAILABLE);
+    EXPECT_EQ(zelkLogCfgSetToolsResDir("/r"), ZELKLOG_RC_STORE_UNAVAILABLE);
+    EXPECT_EQ(zelkLogCfgRemoveToolsResDir(), ZELKLOG_RC_STORE_UNAVAILABLE);
+}
+
+TEST(Settings, ToolsDirectorySectionIsMadeAnew)
+{
+    ConfigFixture config;
+    EXPECT_EQ(zelkLogCfgSetToolsResDir(""), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(zelkLogCfgSetToolsResDir(nullptr), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(storeValue(config.globalStore(), "LoggingTools", "L10nResourceDir"), "<none>");
+    ASSERT_EQ(zelkLogCfgSetToolsResDir("/opt/tools/res"), 0u);
+    EXPECT_EQ(storeValue(config.globalStore(), "LoggingTools", "L10nResourceDir"), "/opt/tools/res");
+    ASSERT_EQ(zelkLogCfgRemoveToolsResDir(), 0u);
+    EXPECT_EQ(storeValue(config.globalStore(), "LoggingTools", "L10nResourceDir"), "<none>");
+    EXPECT_EQ(zelkLogCfgRemoveToolsResDir(), ZELKLOG_RC_FAILURE) << "no section left to remove";
+    ASSERT_EQ(zelkLogCfgSetToolsResDir("/opt/other"), 0u);
+    EXPECT_EQ(storeValue(config.globalStore(), "LoggingTools", "L10nResourceDir"), "/opt/other");
+}
+
+TEST(Settings, NonOidSettingsReplaceAndRemove)
+{
+    ConfigFixture config({{7, {"billing"}}});
+    std::string store = config.productStore(7);
+    ASSERT_EQ(zelkLogAddNonOIDSetting(7, "RetentionDays", "30"), 0u);
+    ASSERT_EQ(zelkLogAddNonOIDSetting(7, "RetentionDays", "90"), 0u);
+    EXPECT_EQ(storeValue(store, "", "RetentionDays"), "90");
+    EXPECT_EQ(zelkLogRemoveNonOIDSetting(7, "RetentionDays"), 0u);
+    EXPECT_EQ(storeValue(store, "", "RetentionDays"), "<none>");
+    EXPECT_EQ(zelkLogRemoveNonOIDSetting(7, "RetentionDays"), ZELKLOG_RC_UNKNOWN_NAME);
+
+    EXPECT_EQ(zelkLogAddNonOIDSetting(7, nullptr, "x"), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(zelkLogAddNonOIDSetting(7, "x", nullptr), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(zelkLogAddNonOIDSetting(7, "", "x"), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(zelkLogAddNonOIDSetting(8, "x", "1"), ZELKLOG_RC_STORE_UNAVAILABLE) << "unknown product";
+    config.setProperty(config.globalStore(), "7", "ConfigPath", "");
+    EXPECT_EQ(zelkLogAddNonOIDSetting(7, "x", "1"), ZELKLOG_RC_STORE_UNAVAILABLE) << "empty store path";
+    config.setProperty(config.globalStore(), "7", "ConfigPath", config.path("missing/dir/p.conf"));
+    EXPECT_EQ(zelkLogAddNonOIDSetting(7, "x", "1"), ZELKLOG_RC_STORE_UNAVAILABLE) << "store cannot be made";
+}
+
+// Two processes add different settings to one product store at the same moment; both
+// survive (the writers' lock serialises the read-modify-write cycles).
+TEST(Settings, ConcurrentWritersLoseNoUpdate)
+{
+    ConfigFixture config({{7, {"billing"}}});
+    constexpr int kPerProcess = 40;
+    int pipeFds[2];
+    ASSERT_EQ(::pipe(pipeFds), 0);
+    pid_t children[2];
+    for (int child = 0; child < 2; ++child) {
+        children[child] = ::fork();
+        ASSERT_GE(children[child], 0);
+        if (children[child] == 0) {
+            char go;
+            ::close(pipeFds[1]);
+            bool started = ::read(pipeFds[0], &go, 1) == 0;  // released when the pipe closes
+            int failures = started ? 0 : 1;
+            for (int i = 0; i < kPerProcess; ++i) {
+                std::string name = "p" + std::to_string(child) + "_" + std::to_string(i);
+                failures += zelkLogAddNonOIDSetting(7, name.c_str(), name.c_str()) != 0;
+            }
+            ::_exit(failures == 0 ? 0 : 1);
+        }
+    }
+    ::close(pipeFds[0]);
+    ::close(pipeFds[1]);
+    for (pid_t child : children) {
+        int status = 0;
+        ASSERT_EQ(::waitpid(child, &status, 0), child);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    }
+    for (int child = 0; child < 2; ++child)
+        for (int i = 0; i < kPerProcess; ++i) {
+            std::string name = "p" + std::to_string(child) + "_" + std::to_string(i);
+            EXPECT_EQ(storeValue(config.productStore(7), "", name.c_str()), name);
+        }
+}
+
+TEST(RecordEdits, OidNamesSetTheirBitOnly)
+{
+    ZelkLogProductCfg record{};
+    record.changeFlags = 1 | 4 | 8;
+    std::memset(record.oidNames, 'z', sizeof record.oidNames);
+    ASSERT_EQ(zelkLogCfgSetOIDNames(&record, "main,worker"), 0u);
+    EXPECT_STREQ(record.oidNames, "main,worker");
+    EXPECT_EQ(record.oidNames[sizeof record.oidNames - 1], '\0') << "rest of the field cleared";
+    EXPECT_EQ(record.changeFlags, 1u | 2u | 4u | 8u);
+
+    ZelkLogProductCfg before = record;
+    std::string tooLong(1024, 'n');
+    EXPECT_EQ(zelkLogCfgSetOIDNames(&record, ""), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(zelkLogCfgSetOIDNames(&record, nullptr), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(zelkLogCfgSetOIDNames(&record, tooLong.c_str()), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(std::memcmp(&before, &record, sizeof record), 0);
+    EXPECT_EQ(zelkLogCfgSetOIDNames(&record, tooLong.substr(1).c_str()), 0u);
+}
+
+TEST(RecordEdits, RemovalFlagsAccumulate)
+{
+    ZelkLogProductCfg record{};
+    EXPECT_EQ(zelkLogCfgRemoveSettings(&record, 1), 0u);
+    EXPECT_EQ(zelkLogCfgRemoveSettings(&record, 4), 0u);
+    EXPECT_EQ(zelkLogCfgRemoveSettings(&record, 0), 0u);
+    EXPECT_EQ(record.removalFlags, 5u);
+    EXPECT_EQ(record.changeFlags, 0u);
+}
+
+}  // namespace
