@@ -7,7 +7,8 @@
 
 namespace {
 
-char lastMessage[256];
+// Per thread: a parse reports from the thread that runs it.
+thread_local char lastMessage[256];
 
 }  // namespace
 

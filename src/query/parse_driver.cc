@@ -21,7 +21,7 @@ uint32_t parseLocked(const char *queryText, const char *locale, QueryNode **root
     QueryParseContext context{};
     if (locale != nullptr && (context.locale = zelkLogSafeStrdup(locale)) == nullptr)
         return ZELKLOG_RC_NO_MEMORY;
-    if (yysetbuffer(queryText != nullptr ? queryText : "") == 0) {
+    if (yysetbuffer(queryText) == 0) {
         zelkLogFree(context.locale);
         return ZELKLOG_RC_NO_MEMORY;
     }
@@ -56,7 +56,7 @@ extern "C" {
 
 ZELKLOG_API uint32_t parseQueryString(const char *queryText, const char *locale, QueryNode **rootOut)
 {
-    if (rootOut == nullptr)
+    if (rootOut == nullptr || queryText == nullptr)
         return ZELKLOG_RC_BAD_ARGUMENT;
     ParseLock lock;
     return parseLocked(queryText, locale, rootOut);

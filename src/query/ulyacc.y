@@ -1,9 +1,9 @@
 %code top {
-// Grammar of the query language.  Every value record has the layout of a query node:
-// a token's record carries the scanner's value in `value`; a grammar symbol's record
-// carries the subtree built for it in `left` (the symbols' type tag).  Subtrees still on the stack when a parse
-// fails are released by the destructor below; an action that ends the parse releases
-// its own operands first.
+// Grammar of the query language.  Every value record has the layout of a query node: a
+// token's record carries the scanner's value in `value` (the tokens' type tag), a grammar
+// symbol's record the subtree built for it in `left` (the symbols' tag).  Subtrees still
+// on the stack when a parse fails are released by the destructor below; the builders an
+// action calls release that action's operands when they fail.
 
 // The generated parser becomes an internal step; the exported yyparse at the end of this
 // file runs it and hands out the code with which an action ended the parse.
@@ -16,14 +16,14 @@
 
 %code {
 #include "query/query_internal.h"
-#include "zelkLogCore.h"
+#include "query/tree_builder.h"
 
-#include <cstdio>
 #include <cstring>
-#include <utility>
 
 #define YYINITDEPTH 200
 #define YYMAXDEPTH 10000
+
+using namespace zelk::query;
 
 namespace {
 
@@ -39,111 +39,6 @@ void yyerror(QueryParseContext * /*context*/, const char *message)
         context->abortCode = (code);    \
         YYABORT;                        \
     } while (0)
-
-uint32_t countOperators(QueryParseContext *context, uint32_t added)
-{
-    context->operatorCount += added;
-    return context->operatorCount > zelk::query::kMaxOperatorNodes ? ZELKLOG_RC_QUERY_TOO_LARGE : 0;
-}
-
-// A new operator node over two subtrees; on failure both subtrees are released.
-uint32_t joinOperands(QueryParseContext *context, int32_t kind, QueryNode *left, QueryNode *right,
-                      QueryNode **result)
-{
-    QueryNode *node = addNewNode(kind, left, right);
-    if (node == nullptr) {
-        removeTree(left);
-        removeTree(right);
-        return ZELKLOG_RC_NO_MEMORY;
-    }
-    *result = node;
-    if (uint32_t code = countOperators(context, 1)) {
-        removeTree(node);
-        return code;
-    }
-    return 0;
-}
-
-// A checked comparison (with the keyword moved to the left of =, and PREVTIME = value
-// rewritten to a date range); on failure both operands are released.
-uint32_t compareOperands(QueryParseContext *context, int32_t op, QueryNode *left, QueryNode *right,
-                         QueryNode **result)
-{
-    uint32_t code = validNodes(op, left, right);
-    if (code == 0 && op == EQUAL) {
-        if (right->kind == KEYWORDS)
-            std::swap(left, right);
-        if (left->value == ZELKLOGREC_PREVTIME) {
-            code = zelk::query::rewritePrevTime(left, right, result);
-            if (code == 0) {
-                if ((code = countOperators(context, 3)) != 0)
-                    removeTree(*result);
-                return code;
-            }
-        }
-    }
-    if (code != 0) {
-        removeTree(left);
-        removeTree(right);
-        return code;
-    }
-    return joinOperands(context, op, left, right, result);
-}
-
-// field BETWEEN low && high: AND(GREATER(field, low), LESS(field, high)), both bounds
-// exclusive.  Each bound is checked against its own keyword leaf; date texts are read
-// with the query's locale, which the bound leaves only borrow.  On failure the bounds
-// are released.
-uint32_t buildBetween(QueryParseContext *context, uint64_t field, QueryNode *low, QueryNode *high,
-                      QueryNode **result)
-{
-    QueryNode *lowField = zelk::query::newLeaf(KEYWORDS, field);
-    QueryNode *highField = zelk::query::newLeaf(KEYWORDS, field);
-    uint32_t code = 0;
-    if (low == nullptr || high == nullptr || lowField == nullptr || highField == nullptr) {
-        code = ZELKLOG_RC_NO_MEMORY;
-    } else {
-        low->locale = low->kind == STRINGCONST ? context->locale : nullptr;
-        high->locale = high->kind == STRINGCONST ? context->locale : nullptr;
-        code = validNodes(GREATER, lowField, low);
-        if (code == 0)
-            code = validNodes(LESS, highField, high);
-        low->locale = nullptr;
-        high->locale = nullptr;
-    }
-    QueryNode *lower = nullptr;
-    QueryNode *upper = nullptr;
-    if (code == 0 && (lower = addNewNode(GREATER, lowField, low)) != nullptr)
-        upper = addNewNode(LESS, highField, high);
-    if (code == 0 && upper != nullptr)
-        code = joinOperands(context, AND, lower, upper, result);
-    else if (code == 0)
-        code = ZELKLOG_RC_NO_MEMORY;
-    if (code == 0)
-        return countOperators(context, 2) == 0 ? 0 : (removeTree(*result), ZELKLOG_RC_QUERY_TOO_LARGE);
-    if (lower == nullptr) {
-        removeTree(lowField);
-        removeTree(low);
-    } else if (upper == nullptr) {
-        removeTree(lower);
-    }
-    if (upper == nullptr) {
-        removeTree(highField);
-        removeTree(high);
-    }
-    return code;
-}
-
-// A leaf for a term; a text leaf gets a copy of the query's locale.
-uint32_t makeLeaf(QueryParseContext *context, int32_t kind, uint64_t tokenValue, QueryNode **result)
-{
-    QueryNode token{};
-    token.value = tokenValue;
-    QueryNode localeRecord{};
-    localeRecord.locale = context->locale;
-    *result = addNewNode(kind, &token, kind == STRINGCONST ? &localeRecord : nullptr);
-    return *result != nullptr ? 0 : ZELKLOG_RC_NO_MEMORY;
-}
 
 }  // namespace
 }
@@ -210,27 +105,17 @@ rel_op
 between_op
     : KEYWORDS BETWEEN INTCONST AND INTCONST
         {
-            QueryNode *low = zelk::query::newLeaf(INTCONST, $3);
-            QueryNode *high = zelk::query::newLeaf(INTCONST, $5);
-            if (uint32_t rc = buildBetween(context, $1, low, high, &$$))
+            if (uint32_t rc = buildNumberBetween(context, $1, $3, $5, &$$))
                 ZELK_END_PARSE(rc);
         }
     | KEYWORDS BETWEEN STRINGCONST
         {
-            // The lower bound's token text is gone once the next token is scanned.
-            context->pendingText = zelk::query::copyUnquoted(reinterpret_cast<const char *>($3));
-            if (context->pendingText == nullptr)
-                ZELK_END_PARSE(ZELKLOG_RC_NO_MEMORY);
+            if (uint32_t rc = captureLowerBound(context, $3))
+                ZELK_END_PARSE(rc);
         }
       AND STRINGCONST
         {
-            QueryNode *low = zelk::query::newLeaf(STRINGCONST, reinterpret_cast<uintptr_t>(context->pendingText));
-            if (low != nullptr)
-                context->pendingText = nullptr;
-            QueryNode token{};
-            token.value = $6;
-            QueryNode *high = addNewNode(STRINGCONST, &token, nullptr);
-            if (uint32_t rc = buildBetween(context, $1, low, high, &$$))
+            if (uint32_t rc = buildTextBetween(context, $1, $6, &$$))
                 ZELK_END_PARSE(rc);
         }
     ;
