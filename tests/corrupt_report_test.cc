@@ -12,9 +12,9 @@
 
 namespace {
 
-zelk::test::RecordSpec rec(uint64_t tid)
+zelk::test::RecordFields rec(uint64_t tid)
 {
-    zelk::test::RecordSpec s;
+    zelk::test::RecordFields s;
     s.tid = tid;
     s.timeMs = 1000 * static_cast<int64_t>(tid);
     return s;

@@ -15,11 +15,11 @@
 
 namespace {
 
-using zelk::test::RecordSpec;
+using zelk::test::RecordFields;
 
-RecordSpec rec(uint64_t tid, uint32_t kind = ZELKLOG_MSG_APP)
+RecordFields rec(uint64_t tid, uint32_t kind = ZELKLOG_MSG_APP)
 {
-    RecordSpec s;
+    RecordFields s;
     s.tid = tid;
     s.kind = kind;
     s.timeMs = 1700000000000 + static_cast<int64_t>(tid) * 1000;
@@ -59,7 +59,7 @@ protected:
 
 TEST_F(Fetch, FiltersEndToEnd)
 {
-    std::vector<RecordSpec> records = {rec(1, ZELKLOG_MSG_DEBUG), rec(2), rec(3), rec(4, ZELKLOG_MSG_CTX),
+    std::vector<RecordFields> records = {rec(1, ZELKLOG_MSG_DEBUG), rec(2), rec(3), rec(4, ZELKLOG_MSG_CTX),
                                        rec(5, ZELKLOG_MSG_AUDIT)};
     records[1].severity = ZELKLOG_SEV_ERR;
     records[1].who = "sysadmin";

@@ -13,9 +13,9 @@
 
 namespace {
 
-zelk::test::RecordSpec app(uint64_t tid, const std::string &token = "")
+zelk::test::RecordFields app(uint64_t tid, const std::string &token = "")
 {
-    zelk::test::RecordSpec s;
+    zelk::test::RecordFields s;
     s.tid = tid;
     s.timeMs = 1700000000000 + 1000 * static_cast<int64_t>(tid);
     s.contextToken = token;
@@ -29,7 +29,7 @@ TEST(FormattedFetch, LocalesTitlesFlagsAndCodes)
     ASSERT_EQ(mkdir(catalogues.c_str(), 0755), 0);
     config.writeFile("catalogues/en.ini", "[messages]\n100 = Disk is full\n");
     config.writeFile("catalogues/de.ini", "[messages]\n100 = Platte ist voll\n");
-    zelk::test::RecordSpec context = app(1, "tok-1");
+    zelk::test::RecordFields context = app(1, "tok-1");
     context.kind = ZELKLOG_MSG_CTX;
     context.msgId = 0;
     context.contextText = "Nightly backup";

@@ -37,7 +37,7 @@ TEST(QueryCreate, OverridesAndFailures)
     zelk::test::ConfigFixture config({{7, {"billing"}, "", {{112, {"main"}, 0, {}}}}});
     const std::string other = config.directory() + "/elsewhere";
     ASSERT_EQ(mkdir(other.c_str(), 0755), 0);
-    zelk::test::writeLogFile(other + "/x.log", {zelk::test::RecordSpec{}}, 1000);
+    zelk::test::writeLogFile(other + "/x.log", {zelk::test::RecordFields{}}, 1000);
     for (const std::string &directory : {other, other + "/"}) {
         LogQuery query;
         ASSERT_EQ(zelkLogCreateQueryEx("PID = 1234", "en_US", directory.c_str(), "/res", &query), 0u) << directory;

@@ -15,11 +15,11 @@
 
 namespace {
 
-using zelk::test::RecordSpec;
+using zelk::test::RecordFields;
 
-RecordSpec at(int64_t seconds, uint64_t tid)
+RecordFields at(int64_t seconds, uint64_t tid)
 {
-    RecordSpec s;
+    RecordFields s;
     s.timeMs = seconds * 1000;
     s.tid = tid;
     return s;
@@ -33,7 +33,7 @@ struct Step {
 
 struct Case {
     const char *what;
-    std::vector<std::vector<RecordSpec>> files;  // listed oldest first, so in this order
+    std::vector<std::vector<RecordFields>> files;  // listed oldest first, so in this order
     int removed;                                 // file deleted after creation, -1: none
     std::vector<Step> steps;
     int unopenableMessages;
@@ -95,10 +95,10 @@ TEST(SortedFetch, Sequences)
 TEST(SortedFetch, MergesInTimeOrderWithOneFileOpen)
 {
     zelk::test::ConfigFixture config({{7, {"billing"}, "", {{112, {"main"}, 0, {}}}}});
-    std::vector<std::vector<RecordSpec>> files(4);
+    std::vector<std::vector<RecordFields>> files(4);
     for (int64_t t = 1; t <= 30; ++t)
         files[static_cast<size_t>(t * 7 % 3)].push_back(at(t, static_cast<uint64_t>(t)));
-    RecordSpec other = at(15, 99);
+    RecordFields other = at(15, 99);
     other.pid = 1;  // read, not handed out
     files[1].push_back(other);
     files[3].push_back(at(40, 40));

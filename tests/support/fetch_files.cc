@@ -19,51 +19,51 @@ char *textOrNull(const std::string &text)
     return text.empty() ? nullptr : const_cast<char *>(text.c_str());
 }
 
-void append(ZelkLogWriter *writer, const std::vector<RecordSpec> &records)
+void append(ZelkLogWriter *writer, const std::vector<RecordFields> &records)
 {
-    for (const RecordSpec &spec : records) {
-        ZelkLogMsg record = makeRecord(spec);
-        EXPECT_EQ(zelkLogWriterAppendMsg(writer, &record), 0u) << "record " << spec.tid;
+    for (const RecordFields &fields : records) {
+        ZelkLogMsg record = makeRecord(fields);
+        EXPECT_EQ(zelkLogWriterAppendMsg(writer, &record), 0u) << "record " << fields.tid;
     }
     EXPECT_EQ(zelkLogWriterClose(writer), 0u);
 }
 
 }  // namespace
 
-ZelkLogMsg makeRecord(const RecordSpec &spec)
+ZelkLogMsg makeRecord(const RecordFields &fields)
 {
     ZelkLogMsg record;
     std::memset(&record, 0, sizeof record);
-    record.kind = spec.kind;
-    record.timeMs = spec.timeMs;
-    record.tid = spec.tid;
-    record.pid = spec.pid;
-    record.productId = spec.productId;
-    record.originatorId = spec.originatorId;
-    record.fileId = spec.fileId;
-    record.args.msgId = spec.msgId;
-    record.contextToken = textOrNull(spec.contextToken);
-    if (spec.kind == ZELKLOG_MSG_CTX) {
-        record.kindData.first.contextText = textOrNull(spec.contextText);
-    } else if (spec.kind == ZELKLOG_MSG_AUDIT) {
-        record.kindData.second.subject = textOrNull(spec.subject);
+    record.kind = fields.kind;
+    record.timeMs = fields.timeMs;
+    record.tid = fields.tid;
+    record.pid = fields.pid;
+    record.productId = fields.productId;
+    record.originatorId = fields.originatorId;
+    record.fileId = fields.fileId;
+    record.args.msgId = fields.msgId;
+    record.contextToken = textOrNull(fields.contextToken);
+    if (fields.kind == ZELKLOG_MSG_CTX) {
+        record.kindData.first.contextText = textOrNull(fields.contextText);
+    } else if (fields.kind == ZELKLOG_MSG_AUDIT) {
+        record.kindData.second.subject = textOrNull(fields.subject);
     } else {
-        record.kindData.first.severity = spec.kind == ZELKLOG_MSG_APP ? spec.severity : 0;
-        record.kindData.second.who = textOrNull(spec.who);
+        record.kindData.first.severity = fields.kind == ZELKLOG_MSG_APP ? fields.severity : 0;
+        record.kindData.second.who = textOrNull(fields.who);
     }
     return record;
 }
 
-std::string serialize(const RecordSpec &spec, uint64_t format)
+std::string serialize(const RecordFields &fields, uint64_t format)
 {
-    ZelkLogMsg record = makeRecord(spec);
+    ZelkLogMsg record = makeRecord(fields);
     char text[ZELKLOG_MAX_RECORD_TEXT + 1];
     size_t length = 0;
     EXPECT_EQ(zelkLogSerializeMsg(&record, format, text, sizeof text, &length), 0u);
     return std::string(text, length);
 }
 
-void writeLogFile(const std::string &path, const std::vector<RecordSpec> &records, time_t mtime,
+void writeLogFile(const std::string &path, const std::vector<RecordFields> &records, time_t mtime,
                   uint64_t format, const std::string &headerText)
 {
     ZelkLogWriter *writer = nullptr;
@@ -72,7 +72,7 @@ void writeLogFile(const std::string &path, const std::vector<RecordSpec> &record
     setModificationTime(path, mtime);
 }
 
-void appendRecords(const std::string &path, const std::vector<RecordSpec> &records)
+void appendRecords(const std::string &path, const std::vector<RecordFields> &records)
 {
     ZelkLogWriter *writer = nullptr;
     ASSERT_EQ(zelkLogWriterOpen(path.c_str(), &writer), 0u) << path;
