@@ -25,12 +25,16 @@ inline void releaseStale(LogFileEntry *entry)
         zelkLogFreeMsg(&entry->pending);
 }
 
-// Closes an entry's file, keeping the position at which reading resumes.
+// Closes an entry's file, keeping the position at which reading resumes.  A file whose
+// position cannot be told stays open: closing it would lose its place.
 void closeKeepingPosition(LogFileEntry *entry)
 {
     if (!zelkLogOs_isvalidfilehandle(&entry->file))
         return;
-    entry->savedOffset = zelkLogOs_getFileOffset(&entry->file);
+    int64_t position = zelkLogOs_getFileOffset(&entry->file);
+    if (position < 0)
+        return;
+    entry->savedOffset = position;
     zelkLogOs_close(&entry->file);
 }
 
@@ -44,17 +48,18 @@ uint32_t primeHead(LogQuery *query, LogFileEntry **head)
         query->currentFile = entry;
         releaseStale(entry);
         rc = ReadOneRecord(query, &entry->pending);
-        if (rc == ZELKLOG_RC_OK)
-            break;
-        if (rc == ZELKLOG_RC_CORRUPT_RECORD) {
-            zelkLogFreeMsg(&entry->pending);
-            break;
-        }
         switch (rc) {
+        case ZELKLOG_RC_OK:
+            *head = entry;
+            return rc;
+        case ZELKLOG_RC_CORRUPT_RECORD:  // the head stays empty; the caller reads on
+            zelkLogFreeMsg(&entry->pending);
+            *head = entry;
+            return rc;
         case ZELKLOG_RC_END_OF_FILE:  // finished: closed and freed by the read
             entry = query->currentFile;
             break;
-        case ZELKLOG_RC_FAILURE:      // cannot be opened: dropped
+        case ZELKLOG_RC_FAILURE:  // cannot be opened: dropped
             closelogfile(query);
             entry = query->currentFile;
             break;
@@ -67,7 +72,7 @@ uint32_t primeHead(LogQuery *query, LogFileEntry **head)
         case ZELKLOG_RC_HEADER_NOTICE:
             query->headerNotice = 1;
             break;
-        default:
+        default:  // other header codes: the file is open, its records follow
             break;
         }
     }
