@@ -4,7 +4,6 @@
 #include "zelkLogCore.h"
 
 #include <cstring>
-#include <initializer_list>
 
 namespace zelk::query {
 
@@ -113,22 +112,27 @@ ZELKLOG_API QueryNode *addNewNode(int32_t kind, QueryNode *operandOrToken, Query
     return node;
 }
 
-// Every node is released after its operands have been put aside on the stack; a node
-// whose operands no longer fit (no memory left for the stack) has them released in
-// constant space instead.
+// Post-order: a node's operands (left, then right) are released before the node, and
+// the root last.  An operand is unlinked once it is on the stack, so each node is met
+// with its operands still to do or done; an operand that no longer fits on the stack (no
+// memory left for it to grow) is released in constant space instead.
 ZELKLOG_API void removeTree(QueryNode *root)
 {
     if (root == nullptr)
         return;
-    NodeStack pending;
-    pending.push(root);
-    while (!pending.empty()) {
-        QueryNode *node = pending.pop();
-        for (QueryNode *operand : {node->left, node->right}) {
-            if (operand != nullptr && !pending.push(operand))
-                zelk::query::releaseByRotation(operand);
+    NodeStack path;
+    path.push(root);
+    while (!path.empty()) {
+        QueryNode *node = path.top();
+        QueryNode **operand = node->left != nullptr ? &node->left : &node->right;
+        if (*operand == nullptr) {
+            zelk::query::releaseNode(path.pop());
+            continue;
         }
-        zelk::query::releaseNode(node);
+        QueryNode *child = *operand;
+        *operand = nullptr;
+        if (!path.push(child))
+            zelk::query::releaseByRotation(child);
     }
 }
 

@@ -175,6 +175,9 @@ static_assert(ZELKLOGREC_PRODID == 263 && ZELKLOGREC_ORGID == 264 && ZELKLOGREC_
 static_assert(BETWEEN == 280 && AND == 281 && OR == 282 && LESS == 283 && GREATER == 284 &&
               LESSEQ == 285 && GREATEREQ == 286 && EQUAL == 287 && NOTEQUAL == 288 &&
               ROUND_OPEN == 289 && ROUND_CLOSE == 290, "operator token codes");
+// The generator's own codes stay clear of the scanner's: its error token keeps 256 and
+// its undefined-token code moves behind the last token.
+static_assert(YYerror == 256 && YYUNDEF > ROUND_CLOSE, "generator token codes");
 
 extern "C" ZELKLOG_API int yyparse(QueryParseContext *context)
 {
