@@ -9,5 +9,5 @@ export DEBIAN_FRONTEND=noninteractive
 apt-get update
 apt-get install -y --no-install-recommends \
   build-essential cmake ninja-build pkg-config flex bison \
-  libicu-dev libinih-dev libgtest-dev libgmock-dev libbenchmark-dev \
+  libicu-dev libinih-dev libxxhash-dev libgtest-dev libgmock-dev libbenchmark-dev \
   binutils

@@ -1,0 +1,50 @@
+// The formatted fetch: the next record in time order, formatted by the logging core in
+// a chosen locale and released, handed out as text.
+#include "zelkLogCore.h"
+
+#include <unicode/uloc.h>
+
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+constexpr uint32_t kDefaultFlags = 0xF03;
+
+}  // namespace
+
+extern "C" {
+
+ZELKLOG_API uint32_t zelkLogFetchNextFormattedMessage(LogQuery *query, uintptr_t formatArg,
+                                                      const char *locale, uint64_t flags, char **text)
+{
+    // Without a place for the text a formatted record would be lost: refuse before fetching.
+    if (text == nullptr)
+        return ZELKLOG_RC_BAD_ARGUMENT;
+    uint32_t formatFlags = static_cast<uint32_t>(flags);
+    if (formatFlags == 0)
+        formatFlags = kDefaultFlags;
+    if (locale != nullptr) {
+        // Stays in force for the whole process, as callers of this function expect.
+        UErrorCode status = U_ZERO_ERROR;
+        uloc_setDefault(locale, &status);
+    }
+    char *localeCopy = strdup(uloc_getDefault());
+
+    ZelkLogMsg *record = nullptr;
+    uint32_t rc = zelkLogFetchNextSortedEntry(query, &record);
+    if (rc == ZELKLOG_RC_NO_MORE_RECORDS || rc == ZELKLOG_RC_CORRUPT_RECORD) {
+        *text = nullptr;
+    } else if (rc == ZELKLOG_RC_OK) {
+        char *formatted = nullptr;
+        rc = zelkLogFormatMessageEx(query, localeCopy, formatArg, formatFlags, 0, record, &formatted);
+        if (rc == ZELKLOG_RC_OK) {
+            zelkLogFreeMsg(record);
+            *text = formatted;
+        }
+    }
+    std::free(localeCopy);
+    return rc;
+}
+
+}  // extern "C"

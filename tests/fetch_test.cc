@@ -1,0 +1,162 @@
+// Fetching from real log files written by the writer: filters end to end, damaged and
+// growing files, logset files, unopenable files and the descriptors left open.
+#include "zelkLogCore.h"
+
+#include "config_fixture.h"
+#include "fetch_files.h"
+#include "zelkLogWriter.h"
+
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+using zelk::test::RecordFields;
+
+RecordFields rec(uint64_t tid, uint32_t kind = ZELKLOG_MSG_APP)
+{
+    RecordFields s;
+    s.tid = tid;
+    s.kind = kind;
+    s.timeMs = 1700000000000 + static_cast<int64_t>(tid) * 1000;
+    return s;
+}
+
+class Fetch : public ::testing::Test {
+protected:
+    Fetch() : config_({{7, {"billing"}, "", {{112, {"main"}, 0, {}}, {5, {"worker"}, 9, {"jobs"}}}}}) {}
+    ~Fetch() override { zelkLogDestroyQuery(&query_); }
+    std::string path(const std::string &name) const { return config_.logDirectory(7) + name; }
+    void create(const char *filter)
+    {
+        zelkLogDestroyQuery(&query_);
+        query_ = LogQuery{};
+        ASSERT_EQ(zelkLogCreateQuery(filter, "en_US", &query_), 0u) << filter;
+    }
+    // Codes and record numbers (tid) of plain fetches until 9: "0:3 23 0:5 9".
+    std::string fetchAll(bool sorted = false)
+    {
+        std::string trace;
+        for (uint32_t rc = 0; rc != ZELKLOG_RC_NO_MORE_RECORDS && trace.size() < 500;) {
+            ZelkLogMsg record{};
+            ZelkLogMsg *out = &record;
+            rc = sorted ? zelkLogFetchNextSortedEntry(&query_, &out) : zelkLogFetchNextEntry(&query_, out);
+            trace += (trace.empty() ? "" : " ") + std::to_string(rc);
+            if (rc == 0)
+                trace += ":" + std::to_string(out->tid);
+            if (!sorted || rc == 0)
+                zelkLogFreeMsg(out);
+        }
+        return trace;
+    }
+    zelk::test::ConfigFixture config_;
+    LogQuery query_{};
+};
+
+TEST_F(Fetch, FiltersEndToEnd)
+{
+    std::vector<RecordFields> records = {rec(1, ZELKLOG_MSG_DEBUG), rec(2), rec(3), rec(4, ZELKLOG_MSG_CTX),
+                                       rec(5, ZELKLOG_MSG_AUDIT)};
+    records[1].severity = ZELKLOG_SEV_ERR;
+    records[1].who = "sysadmin";
+    records[2].pid = 99;
+    records[2].originatorId = 5;
+    records[2].fileId = 9;
+    records[3].contextToken = "tok-1";
+    records[4].subject = "login";
+    zelk::test::writeLogFile(path("mixed.log"), records, 1000);
+    const std::pair<const char *, const char *> cases[] = {
+        {"SEV >= ERR && WHO = 'adm'", "0:2 9"}, {"MSGTYPE = AUDIT || SUBJECT = 'login' || MSGTYPE = DEBUG", "0:1 0:5 9"},
+        {"CTXTOK = 'ALL'", "0:4 9"},            {"PRODID = 'billing' && 100 > PID", "0:3 9"},
+        {"ORGID = 'worker' && FILEID = 'jobs'", "0:3 9"}, {"PID = 4321", "9"},
+    };
+    for (auto [filter, expected] : cases) {
+        create(filter);
+        EXPECT_EQ(fetchAll(), expected) << filter;
+        create(filter);
+        EXPECT_EQ(fetchAll(true), expected) << filter << " (sorted)";
+    }
+}
+
+TEST_F(Fetch, CorruptTornAndGrowingFiles)
+{
+    zelk::test::writeLogFile(path("a.log"), {rec(1)}, 1000);
+    zelk::test::appendRawRecord(path("a.log"), "this is not a serialized message");
+    zelk::test::appendRecords(path("a.log"), {rec(3)});
+    zelk::test::setModificationTime(path("a.log"), 1000);
+    zelk::test::writeLogFile(path("b.log"), {rec(4), rec(5)}, 2000);
+    ASSERT_EQ(truncate(path("b.log").c_str(), zelk::test::fileSize(path("b.log")) - 5), 0);  // torn
+    zelk::test::setModificationTime(path("b.log"), 2000);
+    // The last file is still held by its writer and grows while it is read.
+    ZelkLogWriter *writer = nullptr;
+    ASSERT_EQ(zelkLogWriterCreate(path("c.log").c_str(), ZELKLOG_FORMAT_10006, "live", 0644, &writer), 0u);
+    auto append = [&](uint64_t tid) {
+        ZelkLogMsg record = zelk::test::makeRecord(rec(tid));
+        EXPECT_EQ(zelkLogWriterAppendMsg(writer, &record), 0u);
+    };
+    append(6);
+    append(7);
+    create("PID = 1234");
+    ZelkLogMsg record{};
+    std::string trace;
+    for (int i = 0; i < 5; ++i) {
+        uint32_t rc = zelkLogFetchNextEntry(&query_, &record);
+        trace += std::to_string(rc) + (rc == 0 ? ":" + std::to_string(record.tid) : "") + " ";
+        zelkLogFreeMsg(&record);
+    }
+    EXPECT_EQ(trace, "0:1 23 0:3 0:4 0:6 ");
+    append(8);
+    EXPECT_EQ(fetchAll(), "0:7 0:8 9");
+    zelkLogWriterClose(writer);
+}
+
+TEST_F(Fetch, LogsetFileGivesEveryRecordItsLogset)
+{
+    char name[256];
+    ASSERT_EQ(zelkLogMakeLogSetFileName(42, "nightly", ".log", name, sizeof name), 0u);
+    zelk::test::writeLogFile(path(name), {rec(1), rec(2, ZELKLOG_MSG_AUDIT)}, 1000, ZELKLOG_FORMAT_10008);
+    create("PID = 1234");
+    ZelkLogMsg record;
+    for (int i = 0; i < 2; ++i) {
+        ASSERT_EQ(zelkLogFetchNextEntry(&query_, &record), 0u);
+        EXPECT_EQ(record.productId, 42u);
+        EXPECT_STREQ(record.logsetName, "nightly");
+        zelkLogFreeMsg(&record);
+    }
+}
+
+TEST_F(Fetch, UnopenableFilesAndDescriptors)
+{
+    for (int i = 0; i < 4; ++i)
+        zelk::test::writeLogFile(path("f" + std::to_string(i) + ".log"), {rec(10 * i + 1), rec(10 * i + 2)}, 1000 + i);
+    const int before = zelk::test::openDescriptors();
+    create("PID = 1234");
+    unlink(path("f1.log").c_str());
+    ::testing::internal::CaptureStderr();
+    EXPECT_EQ(fetchAll(), "0:1 0:2 0:21 0:22 0:31 0:32 9");
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "") << "the plain fetch drops it silently";
+    EXPECT_EQ(zelk::test::openDescriptors(), before);
+    // Destruction half-way closes whatever is open and frees records read ahead.
+    for (bool sorted : {false, true}) {
+        create("PID = 1234");
+        ZelkLogMsg record{};
+        ZelkLogMsg *out = &record;
+        ASSERT_EQ(sorted ? zelkLogFetchNextSortedEntry(&query_, &out) : zelkLogFetchNextEntry(&query_, out), 0u);
+        EXPECT_EQ(zelk::test::openDescriptors(), before + 1);
+        if (!sorted)
+            zelkLogFreeMsg(&record);
+        EXPECT_EQ(zelkLogDestroyQuery(&query_), 0u);
+        EXPECT_EQ(zelk::test::openDescriptors(), before);
+    }
+    ZelkLogMsg *out = nullptr;
+    EXPECT_EQ(zelkLogFetchNextEntry(nullptr, nullptr), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(zelkLogFetchNextSortedEntry(&query_, nullptr), ZELKLOG_RC_BAD_ARGUMENT);
+    LogQuery empty{};
+    EXPECT_EQ(zelkLogFetchNextSortedEntry(&empty, &out), ZELKLOG_RC_BAD_ARGUMENT) << "no tree";
+}
+
+}  // namespace

@@ -1,0 +1,216 @@
+// Finding log files: GetLogFiles, logset file names, and the time-zone shift of a query.
+#include "log_fixture.h"
+#include "zelkLogCore.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+#include <cstring>
+#include <fstream>
+#include <string>
+#include <vector>
+
+using zelk::test::setModifiedTime;
+using zelk::test::TempDir;
+using zelk::test::writeLogFile;
+
+namespace {
+
+// Product configuration records as the configuration reader hands them out; only the
+// log directory matters to GetLogFiles.
+struct Products {
+    std::vector<ZelkLogProductCfg> records;
+    std::vector<ZelkLogProductCfg *> pointers;
+    explicit Products(const std::vector<std::string> &directories) : records(directories.size())
+    {
+        for (size_t i = 0; i < directories.size(); ++i) {
+            std::memset(&records[i], 0, sizeof records[i]);
+            std::strncpy(records[i].logDirectory, directories[i].c_str(), sizeof records[i].logDirectory - 1);
+            pointers.push_back(&records[i]);
+        }
+    }
+};
+
+struct Listed {
+    std::string directory;
+    std::string name;
+    uint64_t format;
+};
+
+std::vector<Listed> listFiles(const std::vector<std::string> &directories, uint32_t *code)
+{
+    Products products(directories);
+    LogQuery query;
+    std::memset(&query, 0, sizeof query);
+    *code = GetLogFiles(products.pointers.data(), products.pointers.size(), &query);
+    std::vector<Listed> listed;
+    for (LogFileEntry *entry = query.currentFile; entry != nullptr;) {
+        EXPECT_EQ(entry->file.fd, -1);
+        EXPECT_EQ(entry->savedOffset, 0);
+        EXPECT_EQ(entry->pending.timeMs, 0);
+        EXPECT_STREQ(entry->headerText, "");
+        listed.push_back({entry->logDirectory, entry->fileName, entry->format});
+        LogFileEntry *next = entry->next;
+        zelkLogFree(entry);
+        entry = next;
+    }
+    return listed;
+}
+
+std::vector<std::string> names(const std::vector<Listed> &listed)
+{
+    std::vector<std::string> result;
+    for (const Listed &file : listed)
+        result.push_back(file.name);
+    return result;
+}
+
+TEST(GetLogFiles, OldestFirstAcrossDirectoriesSkippingWhatIsNoLogFile)
+{
+    TempDir one;
+    TempDir two;
+    const std::vector<std::string> record{"r"};
+    struct File {
+        TempDir *dir;
+        const char *name;
+        int64_t modified;
+        uint64_t format;
+    };
+    const File files[] = {
+        {&one, "c.log", 300, ZELKLOG_FORMAT_10006}, {&one, "b.log", 100, ZELKLOG_FORMAT_10004},
+        {&two, "a.log", 100, ZELKLOG_FORMAT_10008}, {&two, "d.log", 200, ZELKLOG_FORMAT_10005},
+        {&one, "a.log", 100, ZELKLOG_FORMAT_10007},
+    };
+    for (const File &f : files) {
+        std::string path = writeLogFile(f.dir->path(), f.name, f.format, record);
+        ASSERT_TRUE(setModifiedTime(path, f.modified));
+    }
+    // Not log files: a text file, a hidden log file, a directory, a header cut short.
+    std::ofstream(one.file("plain.txt")) << std::string(1000, 'p');
+    zelk::test::LogFile(one.file("short.log"), ZELKLOG_FORMAT_10006).close();
+    EXPECT_EQ(truncate(one.file("short.log").c_str(), 100), 0);
+    writeLogFile(one.path(), ".hidden.log", ZELKLOG_FORMAT_10006, record);
+    mkdir(two.file("sub").c_str(), 0700);
+
+    std::string oneNoSlash = one.path().substr(0, one.path().size() - 1);
+    uint32_t code = 99;
+    // The first directory is named twice (once without its "/"); a missing one is skipped.
+    std::vector<Listed> listed = listFiles({oneNoSlash, two.file("missing/"), two.path(), one.path()}, &code);
+    EXPECT_EQ(code, 0u);
+    // By modification time, then name, then the order of the directories.
+    EXPECT_EQ(names(listed), (std::vector<std::string>{"a.log", "a.log", "b.log", "d.log", "c.log"}));
+    ASSERT_EQ(listed.size(), 5u);
+    EXPECT_EQ(listed[0].directory, one.path());
+    EXPECT_EQ(listed[0].format, ZELKLOG_FORMAT_10007);
+    EXPECT_EQ(listed[1].directory, two.path());
+    EXPECT_EQ(listed[1].format, ZELKLOG_FORMAT_10008);
+    EXPECT_EQ(listed[3].directory, two.path());
+}
+
+TEST(GetLogFiles, NoFilesIsAnEmptyListAndBadArgumentsAreRefused)
+{
+    TempDir empty;
+    uint32_t code = 99;
+    EXPECT_TRUE(listFiles({empty.path(), "", "/nonexistent/zelklog/"}, &code).empty());
+    EXPECT_EQ(code, 0u);
+    EXPECT_TRUE(listFiles({}, &code).empty());
+    EXPECT_EQ(code, 0u);
+    LogQuery query;
+    std::memset(&query, 0, sizeof query);
+    EXPECT_EQ(GetLogFiles(nullptr, 1, &query), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(GetLogFiles(nullptr, 0, nullptr), ZELKLOG_RC_BAD_ARGUMENT);
+}
+
+TEST(LogSetFileName, PatternIsReadBackAndOtherNamesRejected)
+{
+    const std::string longest(135, 'n');
+    struct Case {
+        std::string fileName;
+        uint64_t id;  // 0: the name carries no logset
+        std::string name;
+    };
+    const Case cases[] = {
+        {"ls-000000000000001f-nightly.log", 0x1f, "nightly"},
+        {"ls-00000000000000AB-Up", 0xab, "Up"},
+        {"ls-ffffffffffffffff-a_b-c.7.log", ~0ull, "a_b-c"},
+        {"ls-0000000000000001-" + longest, 1, longest},
+        {"ls-0000000000000001-" + longest + "n", 0, ""},  // name too long
+        {"app.log", 0, ""},
+        {"ls-000000000000001-short", 0, ""},   // 15 digits
+        {"ls-000000000000001g-bad", 0, ""},    // not hexadecimal
+        {"ls-0000000000000000-zero", 0, ""},   // identifier 0
+        {"ls-0000000000000001-.log", 0, ""},   // empty name
+        {"ls-0000000000000001_name", 0, ""},
+        {"LS-0000000000000001-name", 0, ""},
+        {"ls-0000000000000001-dir/name", 0, ""},
+    };
+    for (const Case &c : cases) {
+        uint64_t id = 7;
+        char name[136] = "x";
+        char scratch[17];
+        EXPECT_EQ(getSLidfromfilename(c.fileName.c_str(), &id, name, scratch), c.id != 0 ? 1 : 0) << c.fileName;
+        EXPECT_EQ(id, c.id) << c.fileName;
+        EXPECT_EQ(name, c.name) << c.fileName;
+    }
+
+    char out[256];
+    EXPECT_EQ(zelkLogMakeLogSetFileName(0x1f, "nightly", ".log", out, sizeof out), 0u);
+    EXPECT_STREQ(out, "ls-000000000000001f-nightly.log");
+    EXPECT_EQ(zelkLogMakeLogSetFileName(1, longest.c_str(), nullptr, out, sizeof out), 0u);
+    EXPECT_EQ(out, cases[3].fileName);
+    EXPECT_EQ(zelkLogMakeLogSetFileName(0, "n", "", out, sizeof out), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(zelkLogMakeLogSetFileName(1, "a.b", "", out, sizeof out), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(zelkLogMakeLogSetFileName(1, (longest + "n").c_str(), "", out, sizeof out), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(zelkLogMakeLogSetFileName(1, "n", "log", out, sizeof out), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(zelkLogMakeLogSetFileName(1, "n", ".log", out, 10), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_STREQ(out, "");
+}
+
+QueryNode *node(int32_t kind, uint64_t value, QueryNode *left = nullptr, QueryNode *right = nullptr)
+{
+    auto *n = static_cast<QueryNode *>(zelkLogMalloc(sizeof(QueryNode)));
+    std::memset(n, 0, sizeof *n);
+    n->kind = kind;
+    n->value = value;
+    n->left = left;
+    n->right = right;
+    return n;
+}
+
+void release(QueryNode *n)
+{
+    if (n != nullptr) {
+        release(n->left);
+        release(n->right);
+        zelkLogFree(n);
+    }
+}
+
+TEST(UpdateQueryForTZ, ShiftsOnlyDateConstants)
+{
+    // (STDATE >= 1000 && 2000 > ENDATE) || (PID = 1000 && STDATE < MAX)
+    QueryNode *start = node(INTCONST, 1000);
+    QueryNode *end = node(INTCONST, 2000);
+    QueryNode *pid = node(INTCONST, 1000);
+    QueryNode *big = node(INTCONST, uint64_t(INT64_MAX - 5));
+    QueryNode *root = node(
+        OR, 0,
+        node(AND, 0, node(GREATEREQ, 0, node(KEYWORDS, ZELKLOGREC_STDATE), start),
+             node(GREATER, 0, end, node(KEYWORDS, ZELKLOGREC_ENDATE))),
+        node(AND, 0, node(EQUAL, 0, node(KEYWORDS, ZELKLOGREC_PID), pid),
+             node(LESS, 0, node(KEYWORDS, ZELKLOGREC_STDATE), big)));
+    EXPECT_EQ(updateQueryForTZ(root, -3600), 0u);
+    EXPECT_EQ(int64_t(start->value), -2600);
+    EXPECT_EQ(int64_t(end->value), -1600);
+    EXPECT_EQ(pid->value, 1000u);
+    EXPECT_EQ(updateQueryForTZ(root, 3600 + 10), 0u);
+    EXPECT_EQ(int64_t(start->value), 1010);
+    EXPECT_EQ(int64_t(big->value), INT64_MAX);  // held at the limit
+    EXPECT_EQ(updateQueryForTZ(nullptr, 5), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(updateQueryForTZ(root, ZELKLOG_NO_TZ_ADJUST), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(int64_t(start->value), 1010);
+    release(root);
+}
+
+}  // namespace

@@ -1,0 +1,62 @@
+// Query tree nodes: construction, classification and release of trees of any shape.
+#include "zelkLogRead.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+QueryNode *leaf(int32_t kind, const void *value, const char *locale = nullptr)
+{
+    QueryNode record{};
+    record.value = reinterpret_cast<uintptr_t>(value);
+    QueryNode context{};
+    context.locale = const_cast<char *>(locale);
+    return addNewNode(kind, &record, &context);
+}
+
+TEST(QueryNode, OperatorKinds)
+{
+    for (int32_t kind = 0; kind <= 300; ++kind)
+        EXPECT_EQ(isoperator(kind), kind >= AND && kind <= NOTEQUAL ? 1 : 0) << kind;
+}
+
+TEST(QueryNode, Construction)
+{
+    const char quoted[] = "'a b'";
+    QueryNode *text = leaf(STRINGCONST, quoted, "fr_FR");
+    ASSERT_NE(text, nullptr);
+    EXPECT_STREQ(reinterpret_cast<const char *>(static_cast<uintptr_t>(text->value)), "a b");
+    EXPECT_STREQ(text->locale, "fr_FR");
+    QueryNode *number = leaf(INTCONST, reinterpret_cast<void *>(271));
+    EXPECT_EQ(number->value, 271u);
+    EXPECT_EQ(number->locale, nullptr);
+    QueryNode *node = addNewNode(LESS, text, number);
+    ASSERT_NE(node, nullptr);
+    EXPECT_TRUE(node->left == text && node->right == number && node->value == 0 && node->visitMark == 0);
+    removeTree(node);
+
+    QueryNode record{};
+    for (int32_t kind : {0, +ERROR_FOUND, +BETWEEN, +ROUND_OPEN, +ZELKLOGREC_PID})
+        EXPECT_EQ(addNewNode(kind, &record, nullptr), nullptr) << kind;
+    EXPECT_EQ(addNewNode(INTCONST, nullptr, nullptr), nullptr);
+    EXPECT_EQ(addNewNode(STRINGCONST, &record, nullptr), nullptr);  // no token text
+}
+
+// Chains far deeper than the walk's fixed stack, leaning either way or zig-zagging,
+// with texts and locale copies on both sides (the leak checker sees what is left).
+TEST(QueryNode, RemoveTreeOfAnyShape)
+{
+    removeTree(nullptr);
+    for (int shape = 0; shape < 3; ++shape) {
+        QueryNode *root = leaf(STRINGCONST, "'first'", "en");
+        for (int i = 0; i < 30000; ++i) {
+            QueryNode *comparison = addNewNode(NOTEQUAL, leaf(STRINGCONST, "'x'", "en_GB"), leaf(STRINGCONST, "'y'"));
+            const bool left = shape == 0 || (shape == 2 && i % 2);
+            root = left ? addNewNode(AND, root, comparison) : addNewNode(OR, comparison, root);
+            ASSERT_NE(root, nullptr);
+        }
+        removeTree(root);
+    }
+}
+
+}  // namespace
