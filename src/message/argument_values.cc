@@ -61,30 +61,26 @@ uint32_t readSignedSized(TextCursor &cursor, uint32_t type, ZelkLogMsgArg *arg)
     return ZELKLOG_RC_OK;
 }
 
-uint32_t readUnsignedSized(TextCursor &cursor, ZelkLogMsgArg *arg)
+// "u" and "9" alike: the number's length (1 to 20) is judged before anything else of
+// it.  "9" (wide) then needs a width of at most 64 and keeps no size.
+uint32_t readUnsignedNumber(TextCursor &cursor, bool wide, ZelkLogMsgArg *arg)
 {
     SizedToken token;
     if (cutSizedToken(cursor, &token) != ZELKLOG_RC_OK)
         return ZELKLOG_RC_FAILURE;
     if (token.numberChars() < 1 || token.numberChars() > kMaxNumberChars)
         return ZELKLOG_RC_BAD_ARGUMENT;
-    if (!readUnsigned64(token.number, token.numberEnd, &arg->value.sizedUInt.value))
+    uint64_t value = 0;
+    if ((wide && token.prefix > kMaxWidth) || !readUnsigned64(token.number, token.numberEnd, &value))
         return ZELKLOG_RC_FAILURE;
-    arg->type = ZELKLOG_ARG_UINT;
-    arg->value.sizedUInt.size = static_cast<uint16_t>(token.prefix);
-    return ZELKLOG_RC_OK;
-}
-
-uint32_t readUnsignedWide(TextCursor &cursor, ZelkLogMsgArg *arg)
-{
-    SizedToken token;
-    if (cutSizedToken(cursor, &token) != ZELKLOG_RC_OK)
-        return ZELKLOG_RC_FAILURE;
-    if (token.numberChars() < 1 || token.numberChars() > kMaxNumberChars)
-        return ZELKLOG_RC_BAD_ARGUMENT;
-    if (token.prefix > kMaxWidth || !readUnsigned64(token.number, token.numberEnd, &arg->value.uint64))
-        return ZELKLOG_RC_FAILURE;
-    arg->type = ZELKLOG_ARG_UINT64;
+    if (wide) {
+        arg->type = ZELKLOG_ARG_UINT64;
+        arg->value.uint64 = value;
+    } else {
+        arg->type = ZELKLOG_ARG_UINT;
+        arg->value.sizedUInt.size = static_cast<uint16_t>(token.prefix);
+        arg->value.sizedUInt.value = value;
+    }
     return ZELKLOG_RC_OK;
 }
 
@@ -196,8 +192,8 @@ uint32_t readArgumentValue(TextCursor &cursor, char tag, ZelkLogMsgArg *arg, int
     case 'X': return readNarrowString(cursor, ZELKLOG_ARG_XSTRING, arg);
     case 'i': return readSignedSized(cursor, ZELKLOG_ARG_INT, arg);
     case 'D': return readSignedSized(cursor, ZELKLOG_ARG_DINT, arg);
-    case 'u': return readUnsignedSized(cursor, arg);
-    case '9': return readUnsignedWide(cursor, arg);
+    case 'u': return readUnsignedNumber(cursor, false, arg);
+    case '9': return readUnsignedNumber(cursor, true, arg);
     case 'C': return readSignedWide(cursor, arg);
     case '8': return readDecimal(cursor, arg);
     case '(': return readNestedList(cursor, arg, depth);
