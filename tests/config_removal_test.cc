@@ -95,6 +95,16 @@ TEST(Removal, StoreThatCannotBeOpened)
     config.writeFile("product-7.conf", "[5\n");
     EXPECT_EQ(zelkLogRemoveCfg(7, 5), 2u);
     EXPECT_TRUE(commonLockIsFree());
+
+    // An empty store path is no path: a "\LOGSET" store in the working directory stays.
+    config.setProperty(config.globalStore(), "7", "ConfigPath", "");
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(config.directory());
+    config.setProperty("\\LOGSET", "nightly", "Directory", "/n");
+    EXPECT_EQ(zelkLogRemoveLogSetCfg(7, "nightly"), 2u);
+    EXPECT_EQ(zelkLogRemoveCfg(7, 5), 2u);
+    EXPECT_EQ(sections("\\LOGSET"), Names{"nightly"});
+    std::filesystem::current_path(before);
 }
 
 TEST(Removal, FlatLogSetSections)

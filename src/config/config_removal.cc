@@ -13,13 +13,13 @@ namespace {
 
 using namespace zelk::config;
 
-// Opens the store at location (when there is one) and removes one section from it.
+// Opens the store at location (none when null or empty) and removes one section from it.
 // The outcome is a store code; 2 when the store could not be opened.
 uint32_t removeSection(const char *location, const char *section)
 {
     uint32_t outcome = 2;
     UtiPropertyStore store{};
-    if (location != nullptr && utiOpenPropertyStore(location, kTop, &store, 0) == UTI_PS_OK)
+    if (location != nullptr && *location != '\0' && utiOpenPropertyStore(location, kTop, &store, 0) == UTI_PS_OK)
         outcome = utiRemovePropertyRoot(&store, section);
     utiClosePropertyStore(&store);
     return outcome;
@@ -54,8 +54,9 @@ uint32_t removeLogSet(uint64_t productId, const char *logset)
         result = length < 0 || static_cast<size_t>(length) >= sizeof section
                      ? ZELKLOG_RC_BAD_ARGUMENT
                      : utipsres2zelklogres(removeSection(path, section));
-    } else if (path != nullptr) {
-        // Nested form: section "<name>" in the store at "<path>\LOGSET".
+    } else if (path != nullptr && *path != '\0') {
+        // Nested form: section "<name>" in the store at "<path>\LOGSET".  An empty path
+        // counts as none: "\LOGSET" alone would name a store in the working directory.
         size_t length = std::strlen(path);
         size_t suffix = std::strlen(kLogSetStoreSuffix);
         auto *location = static_cast<char *>(zelkLogMalloc(length + suffix + 2));
