@@ -6,12 +6,12 @@
 // descriptors open after any merged-fetch call.
 //
 // The data are generated once per run into a temporary directory, removed at exit.
+#include "open_descriptors.h"
 #include "zelkLogCore.h"
 #include "zelkLogWriter.h"
 
 #include <benchmark/benchmark.h>
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -216,23 +216,12 @@ int fetchAllPlain(const Dataset &dataset)
     return matched;
 }
 
-int openDescriptors()
-{
-    int count = 0;
-    if (DIR *directory = opendir("/proc/self/fd")) {
-        while (struct dirent *entry = readdir(directory))
-            count += entry->d_name[0] != '.' ? 1 : 0;
-        closedir(directory);
-    }
-    return count - 1;
-}
-
 // With `maxOpen`, the descriptors open after each call are counted (untimed use only).
 int fetchAllSorted(const Dataset &dataset, int *maxOpen = nullptr)
 {
     LogQuery query;
     createQuery(dataset, &query);
-    const int base = maxOpen != nullptr ? openDescriptors() : 0;
+    const int base = maxOpen != nullptr ? zelk::test::openDescriptors() : 0;
     int matched = 0;
     for (;;) {
         ZelkLogMsg *record = nullptr;
@@ -240,7 +229,7 @@ int fetchAllSorted(const Dataset &dataset, int *maxOpen = nullptr)
         if (rc == ZELKLOG_RC_NO_MORE_RECORDS)
             break;
         if (maxOpen != nullptr)
-            *maxOpen = std::max(*maxOpen, openDescriptors() - base);
+            *maxOpen = std::max(*maxOpen, zelk::test::openDescriptors() - base);
         if (rc == ZELKLOG_RC_OK) {
             ++matched;
             zelkLogFreeMsg(record);
