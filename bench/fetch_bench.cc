@@ -6,12 +6,12 @@
 // descriptors open after any merged-fetch call.
 //
 // The data are generated once per run into a temporary directory, removed at exit.
+#include "open_descriptors.h"
 #include "zelkLogCore.h"
 #include "zelkLogWriter.h"
 
 #include <benchmark/benchmark.h>
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -199,7 +199,9 @@ void createQuery(const Dataset &dataset, LogQuery *query)
     }
 }
 
-int fetchAllPlain(const Dataset &dataset)
+// Both whole-data-set fetches have one shape, so a benchmark or a child process can run
+// either; the plain fetch keeps no descriptor count.
+int fetchAllPlain(const Dataset &dataset, int * /*maxOpen*/)
 {
     LogQuery query;
     createQuery(dataset, &query);
@@ -216,23 +218,12 @@ int fetchAllPlain(const Dataset &dataset)
     return matched;
 }
 
-int openDescriptors()
-{
-    int count = 0;
-    if (DIR *directory = opendir("/proc/self/fd")) {
-        while (struct dirent *entry = readdir(directory))
-            count += entry->d_name[0] != '.' ? 1 : 0;
-        closedir(directory);
-    }
-    return count - 1;
-}
-
 // With `maxOpen`, the descriptors open after each call are counted (untimed use only).
-int fetchAllSorted(const Dataset &dataset, int *maxOpen = nullptr)
+int fetchAllSorted(const Dataset &dataset, int *maxOpen)
 {
     LogQuery query;
     createQuery(dataset, &query);
-    const int base = maxOpen != nullptr ? openDescriptors() : 0;
+    const int base = maxOpen != nullptr ? zelk::test::openDescriptors() : 0;
     int matched = 0;
     for (;;) {
         ZelkLogMsg *record = nullptr;
@@ -240,7 +231,7 @@ int fetchAllSorted(const Dataset &dataset, int *maxOpen = nullptr)
         if (rc == ZELKLOG_RC_NO_MORE_RECORDS)
             break;
         if (maxOpen != nullptr)
-            *maxOpen = std::max(*maxOpen, openDescriptors() - base);
+            *maxOpen = std::max(*maxOpen, zelk::test::openDescriptors() - base);
         if (rc == ZELKLOG_RC_OK) {
             ++matched;
             zelkLogFreeMsg(record);
@@ -258,30 +249,13 @@ void report(benchmark::State &state, const Dataset &dataset, int matched)
     state.counters["matched"] = matched;
 }
 
-void BM_PlainFetch(benchmark::State &state)
+// One whole fetch over a data set per iteration.
+void BM_Fetch(benchmark::State &state, Dataset Data::*set, int (*fetchAll)(const Dataset &, int *))
 {
-    const Dataset &dataset = data().rotated;
+    const Dataset &dataset = data().*set;
     int matched = 0;
     for (auto _ : state)
-        matched = fetchAllPlain(dataset);
-    report(state, dataset, matched);
-}
-
-void BM_SortedFetchRotated(benchmark::State &state)
-{
-    const Dataset &dataset = data().rotated;
-    int matched = 0;
-    for (auto _ : state)
-        matched = fetchAllSorted(dataset);
-    report(state, dataset, matched);
-}
-
-void BM_SortedFetchInterleaved(benchmark::State &state)
-{
-    const Dataset &dataset = data().interleaved;
-    int matched = 0;
-    for (auto _ : state)
-        matched = fetchAllSorted(dataset);
+        matched = fetchAll(dataset, nullptr);
     report(state, dataset, matched);
 }
 
@@ -340,34 +314,29 @@ long peakInChild(int (*work)(const Dataset &, int *), const Dataset &dataset, in
     return values[0];
 }
 
-int plainWork(const Dataset &dataset, int *)
-{
-    return fetchAllPlain(dataset);
-}
-
-int sortedWork(const Dataset &dataset, int *maxOpen)
-{
-    return fetchAllSorted(dataset, maxOpen);
-}
-
 void BM_PeakMemoryAndDescriptors(benchmark::State &state)
 {
     const Data &d = data();
     int ignored = 0;
     int maxOpen = 0;
     for (auto _ : state) {
-        state.counters["maxrss_kib_plain_62500"] = static_cast<double>(peakInChild(plainWork, d.small, &ignored));
-        state.counters["maxrss_kib_plain_1000000"] = static_cast<double>(peakInChild(plainWork, d.rotated, &ignored));
-        state.counters["maxrss_kib_sorted_62500"] = static_cast<double>(peakInChild(sortedWork, d.small, &maxOpen));
+        state.counters["maxrss_kib_plain_62500"] = static_cast<double>(peakInChild(fetchAllPlain, d.small, &ignored));
+        state.counters["maxrss_kib_plain_1000000"] =
+            static_cast<double>(peakInChild(fetchAllPlain, d.rotated, &ignored));
+        state.counters["maxrss_kib_sorted_62500"] = static_cast<double>(peakInChild(fetchAllSorted, d.small, &maxOpen));
         state.counters["maxrss_kib_sorted_1000000"] =
-            static_cast<double>(peakInChild(sortedWork, d.interleaved, &maxOpen));
+            static_cast<double>(peakInChild(fetchAllSorted, d.interleaved, &maxOpen));
         state.counters["max_fds_open_after_sorted_call"] = maxOpen;
     }
 }
 
-BENCHMARK(BM_PlainFetch)->Unit(benchmark::kMillisecond)->Iterations(3);
-BENCHMARK(BM_SortedFetchRotated)->Unit(benchmark::kMillisecond)->Iterations(3);
-BENCHMARK(BM_SortedFetchInterleaved)->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK_CAPTURE(BM_Fetch, Plain, &Data::rotated, fetchAllPlain)->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK_CAPTURE(BM_Fetch, SortedRotated, &Data::rotated, fetchAllSorted)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(3);
+BENCHMARK_CAPTURE(BM_Fetch, SortedInterleaved, &Data::interleaved, fetchAllSorted)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(3);
 BENCHMARK(BM_FormattedFetch)->Unit(benchmark::kMillisecond)->Iterations(1);
 BENCHMARK(BM_PeakMemoryAndDescriptors)->Unit(benchmark::kMillisecond)->Iterations(1);
 

@@ -6,6 +6,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstring>
 #include <fstream>
 #include <string>
@@ -26,7 +27,9 @@ struct Products {
     {
         for (size_t i = 0; i < directories.size(); ++i) {
             std::memset(&records[i], 0, sizeof records[i]);
-            std::strncpy(records[i].logDirectory, directories[i].c_str(), sizeof records[i].logDirectory - 1);
+            // A path of the field's whole size stays unterminated, as a record may hold it.
+            std::memcpy(records[i].logDirectory, directories[i].data(),
+                        std::min(directories[i].size(), sizeof records[i].logDirectory));
             pointers.push_back(&records[i]);
         }
     }
@@ -113,6 +116,19 @@ TEST(GetLogFiles, NoFilesIsAnEmptyListAndBadArgumentsAreRefused)
     TempDir empty;
     uint32_t code = 99;
     EXPECT_TRUE(listFiles({empty.path(), "", "/nonexistent/zelklog/"}, &code).empty());
+    EXPECT_EQ(code, 0u);
+    // A log directory filling the record's whole 1024-byte field: with its "/" it fits
+    // no entry, so its files are not listed (nor written past the entry's field).
+    std::string deep = empty.path();
+    while (deep.size() + 100 < sizeof(ZelkLogProductCfg::logDirectory)) {
+        deep += std::string(99, 'd');
+        ASSERT_EQ(mkdir(deep.c_str(), 0700), 0);
+        deep += '/';
+    }
+    deep += std::string(sizeof(ZelkLogProductCfg::logDirectory) - deep.size(), 'd');
+    ASSERT_EQ(mkdir(deep.c_str(), 0700), 0);
+    ASSERT_NE(writeLogFile(deep + "/", "x.log", ZELKLOG_FORMAT_10006, std::vector<std::string>{"r"}), "");
+    EXPECT_TRUE(listFiles({deep}, &code).empty());
     EXPECT_EQ(code, 0u);
     EXPECT_TRUE(listFiles({}, &code).empty());
     EXPECT_EQ(code, 0u);

@@ -75,12 +75,15 @@ std::vector<std::string> logDirectories(ZelkLogProductCfg **array, uint64_t coun
         struct stat info;
         if (path.empty() || stat(path.c_str(), &info) != 0 || !S_ISDIR(info.st_mode))
             continue;
+        if (path.back() != '/')
+            path += '/';
+        // A directory that with its "/" does not fit an entry's field cannot be listed.
+        if (path.size() >= sizeof(LogFileEntry::logDirectory))
+            continue;
         auto identity = std::make_pair(info.st_dev, info.st_ino);
         if (std::find(seen.begin(), seen.end(), identity) != seen.end())
             continue;
         seen.push_back(identity);
-        if (path.back() != '/')
-            path += '/';
         directories.push_back(std::move(path));
     }
     return directories;

@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -97,17 +96,6 @@ long fileSize(const std::string &path)
 {
     struct stat info;
     return stat(path.c_str(), &info) == 0 ? static_cast<long>(info.st_size) : -1;
-}
-
-int openDescriptors()
-{
-    int count = 0;
-    if (DIR *directory = opendir("/proc/self/fd")) {
-        while (struct dirent *entry = readdir(directory))
-            count += entry->d_name[0] != '.' ? 1 : 0;
-        closedir(directory);
-    }
-    return count - 1;  // the directory's own descriptor
 }
 
 }  // namespace zelk::test

@@ -10,6 +10,7 @@
 #ifndef ZELK_TEST_FETCH_FILES_H
 #define ZELK_TEST_FETCH_FILES_H
 
+#include "open_descriptors.h"
 #include "zelkLogRead.h"
 
 #include <ctime>
@@ -40,7 +41,6 @@ void appendRawRecord(const std::string &path, const std::string &text);
 
 void setModificationTime(const std::string &path, time_t mtime);
 long fileSize(const std::string &path);
-int openDescriptors();  // descriptors the process has open
 
 }  // namespace zelk::test
 
