@@ -3,7 +3,7 @@
 #include "zelkLogCore.h"
 
 #include "config_fixture.h"
-#include "fetch_files.h"
+#include "log_fixture.h"
 
 #include <gtest/gtest.h>
 
@@ -43,7 +43,7 @@ TEST(CorruptReport, ExactOutput)
                "\nError Code: " + std::to_string(code) + "\nRecord Contents:\n" + text + "\n";
     };
     const std::string garbage = "no message here";
-    const std::string cut = zelk::test::serialize(rec(9)).substr(0, 12);
+    const std::string cut = zelk::test::serialize(zelk::test::makeRecord(rec(9))).substr(0, 12);
     zelk::test::writeLogFile(directory + "a.log", {rec(1), rec(2)}, 1000);
     LogQuery query{};
     ASSERT_EQ(zelkLogCreateQuery("PID = 1234", "en_US", &query), 0u);

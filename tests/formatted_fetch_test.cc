@@ -3,7 +3,7 @@
 #include "zelkLogCore.h"
 
 #include "config_fixture.h"
-#include "fetch_files.h"
+#include "log_fixture.h"
 
 #include <gtest/gtest.h>
 

@@ -12,9 +12,8 @@
 #include <string>
 #include <vector>
 
-using zelk::test::setModifiedTime;
 using zelk::test::TempDir;
-using zelk::test::writeLogFile;
+using zelk::test::writeTexts;
 
 namespace {
 
@@ -73,7 +72,6 @@ TEST(GetLogFiles, OldestFirstAcrossDirectoriesSkippingWhatIsNoLogFile)
 {
     TempDir one;
     TempDir two;
-    const std::vector<std::string> record{"r"};
     struct File {
         TempDir *dir;
         const char *name;
@@ -86,14 +84,14 @@ TEST(GetLogFiles, OldestFirstAcrossDirectoriesSkippingWhatIsNoLogFile)
         {&one, "a.log", 100, ZELKLOG_FORMAT_10007},
     };
     for (const File &f : files) {
-        std::string path = writeLogFile(f.dir->path(), f.name, f.format, record);
-        ASSERT_TRUE(setModifiedTime(path, f.modified));
+        ASSERT_NE(writeTexts(f.dir->file(f.name), {"r"}, f.format), "");
+        zelk::test::setModificationTime(f.dir->file(f.name), f.modified);
     }
     // Not log files: a text file, a hidden log file, a directory, a header cut short.
     std::ofstream(one.file("plain.txt")) << std::string(1000, 'p');
     zelk::test::LogFile(one.file("short.log"), ZELKLOG_FORMAT_10006).close();
     EXPECT_EQ(truncate(one.file("short.log").c_str(), 100), 0);
-    writeLogFile(one.path(), ".hidden.log", ZELKLOG_FORMAT_10006, record);
+    writeTexts(one.file(".hidden.log"), {"r"});
     mkdir(two.file("sub").c_str(), 0700);
 
     std::string oneNoSlash = one.path().substr(0, one.path().size() - 1);
@@ -127,7 +125,7 @@ TEST(GetLogFiles, NoFilesIsAnEmptyListAndBadArgumentsAreRefused)
     }
     deep += std::string(sizeof(ZelkLogProductCfg::logDirectory) - deep.size(), 'd');
     ASSERT_EQ(mkdir(deep.c_str(), 0700), 0);
-    ASSERT_NE(writeLogFile(deep + "/", "x.log", ZELKLOG_FORMAT_10006, std::vector<std::string>{"r"}), "");
+    ASSERT_NE(writeTexts(deep + "/x.log", {"r"}), "");
     EXPECT_TRUE(listFiles({deep}, &code).empty());
     EXPECT_EQ(code, 0u);
     EXPECT_TRUE(listFiles({}, &code).empty());
@@ -185,22 +183,9 @@ TEST(LogSetFileName, PatternIsReadBackAndOtherNamesRejected)
 
 QueryNode *node(int32_t kind, uint64_t value, QueryNode *left = nullptr, QueryNode *right = nullptr)
 {
-    auto *n = static_cast<QueryNode *>(zelkLogMalloc(sizeof(QueryNode)));
-    std::memset(n, 0, sizeof *n);
-    n->kind = kind;
-    n->value = value;
-    n->left = left;
-    n->right = right;
-    return n;
-}
-
-void release(QueryNode *n)
-{
-    if (n != nullptr) {
-        release(n->left);
-        release(n->right);
-        zelkLogFree(n);
-    }
+    QueryNode record{};
+    record.value = value;
+    return left != nullptr ? addNewNode(kind, left, right) : addNewNode(kind, &record, nullptr);
 }
 
 TEST(UpdateQueryForTZ, ShiftsOnlyDateConstants)
@@ -226,7 +211,7 @@ TEST(UpdateQueryForTZ, ShiftsOnlyDateConstants)
     EXPECT_EQ(updateQueryForTZ(nullptr, 5), ZELKLOG_RC_BAD_ARGUMENT);
     EXPECT_EQ(updateQueryForTZ(root, ZELKLOG_NO_TZ_ADJUST), ZELKLOG_RC_BAD_ARGUMENT);
     EXPECT_EQ(int64_t(start->value), 1010);
-    release(root);
+    removeTree(root);
 }
 
 }  // namespace

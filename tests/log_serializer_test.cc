@@ -20,15 +20,13 @@ struct ExampleRecord {
     ZelkLogMsgArg wide{};
     ZelkLogMsgArg sized{};
     ZelkLogMsgArg *args[3] = {&wide, &sized, nullptr};
-    ZelkLogMsg record = makeRecord(ZELKLOG_MSG_APP, 999);
+    ZelkLogMsg record = makeRecord(ZELKLOG_MSG_APP, 999, 17);
 
     ExampleRecord()
     {
-        record.productId = 7;
         record.originatorId = 3;
         record.fileId = 1;
         record.pid = 42;
-        record.tid = 17;
         record.auxText = abc;
         record.kindData.first.severity = 1;
         record.args.msgId = 100;
@@ -59,7 +57,7 @@ TEST(LogSerializer, ExampleInEveryFormat)
 
 TEST(LogSerializer, Refusals)
 {
-    ZelkLogMsg record = makeRecord(ZELKLOG_MSG_APP, 1);
+    ZelkLogMsg record = makeRecord({});
     char text[ZELKLOG_MAX_RECORD_TEXT + 1];
     size_t length = 99;
     EXPECT_EQ(zelkLogSerializeMsg(&record, 0x10009, text, sizeof text, &length), ZELKLOG_RC_BAD_ARGUMENT);
@@ -87,7 +85,7 @@ TEST(LogSerializer, Refusals)
         {"null nested list", [](ZelkLogMsg &, ZelkLogMsgArg &a) { a.type = ZELKLOG_ARG_LIST; a.value.list = nullptr; }},
     };
     for (const Case &c : cases) {
-        ZelkLogMsg r = makeRecord(ZELKLOG_MSG_APP, 1);
+        ZelkLogMsg r = makeRecord({});
         ZelkLogMsgArg arg{};
         arg.type = ZELKLOG_ARG_INT64;
         ZelkLogMsgArg *args[] = {&arg, nullptr};
@@ -107,7 +105,7 @@ TEST(LogSerializer, Refusals)
         arrays[i] = {&holders[i], nullptr};
         lists[i].args = arrays[i].data();
     }
-    ZelkLogMsg nested = makeRecord(ZELKLOG_MSG_APP, 1);
+    ZelkLogMsg nested = makeRecord({});
     nested.args = lists[2];
     EXPECT_EQ(zelkLogSerializeMsg(&nested, ZELKLOG_FORMAT_10006, text, sizeof text, &length), ZELKLOG_RC_OK);
     nested.args = lists[1];

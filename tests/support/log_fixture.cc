@@ -1,10 +1,10 @@
-// Test fixture: log files written with the real writer into temporary directories.
+// Test fixture: records built from a few fields and log files written with the real writer.
 #include "log_fixture.h"
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/time.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -16,13 +16,11 @@ TempDir::TempDir()
 {
     const char *base = std::getenv("TMPDIR");
     std::string pattern = std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/zelklog-test-XXXXXX";
-    std::vector<char> buffer(pattern.begin(), pattern.end());
-    buffer.push_back('\0');
-    if (mkdtemp(buffer.data()) == nullptr) {
+    if (mkdtemp(pattern.data()) == nullptr) {
         ADD_FAILURE() << "mkdtemp failed for " << pattern;
         return;
     }
-    path_ = std::string(buffer.data()) + "/";
+    path_ = pattern + "/";
 }
 
 TempDir::~TempDir()
@@ -45,11 +43,6 @@ LogFile::LogFile(const std::string &path)
     uint32_t code = zelkLogWriterOpen(path.c_str(), &writer_);
     if (code != 0)
         ADD_FAILURE() << "zelkLogWriterOpen(" << path << ") = " << code;
-}
-
-LogFile::~LogFile()
-{
-    close();
 }
 
 bool LogFile::append(const std::string &text)
@@ -80,34 +73,44 @@ void LogFile::close()
 
 namespace {
 
-template <typename Item>
-std::string writeItems(const std::string &directory, const std::string &fileName, uint64_t format,
-                       const std::vector<Item> &items, const std::string &headerText)
+char *textOrNull(const std::string &text)
 {
-    std::string path = directory + fileName;
-    LogFile file(path, format, headerText);
-    if (!file.ok())
-        return "";
-    for (const Item &item : items) {
-        if (!file.append(item))
-            return "";
-    }
-    file.close();
-    return path;
+    return text.empty() ? nullptr : const_cast<char *>(text.c_str());
 }
 
 }  // namespace
 
-std::string writeLogFile(const std::string &directory, const std::string &fileName, uint64_t format,
-                         const std::vector<std::string> &texts, const std::string &headerText)
+ZelkLogMsg makeRecord(const RecordFields &fields)
 {
-    return writeItems(directory, fileName, format, texts, headerText);
+    ZelkLogMsg record;
+    std::memset(&record, 0, sizeof record);
+    record.kind = fields.kind;
+    record.timeMs = fields.timeMs;
+    record.tid = fields.tid;
+    record.pid = fields.pid;
+    record.productId = fields.productId;
+    record.originatorId = fields.originatorId;
+    record.fileId = fields.fileId;
+    record.args.msgId = fields.msgId;
+    record.contextToken = textOrNull(fields.contextToken);
+    if (fields.kind == ZELKLOG_MSG_CTX) {
+        record.kindData.first.contextText = textOrNull(fields.contextText);
+    } else if (fields.kind == ZELKLOG_MSG_AUDIT) {
+        record.kindData.second.subject = textOrNull(fields.subject);
+    } else {
+        record.kindData.first.severity = fields.kind == ZELKLOG_MSG_APP ? fields.severity : 0;
+        record.kindData.second.who = textOrNull(fields.who);
+    }
+    return record;
 }
 
-std::string writeLogFile(const std::string &directory, const std::string &fileName, uint64_t format,
-                         const std::vector<ZelkLogMsg> &records, const std::string &headerText)
+ZelkLogMsg makeRecord(uint32_t kind, int64_t timeMs, uint64_t tid)
 {
-    return writeItems(directory, fileName, format, records, headerText);
+    RecordFields fields;
+    fields.kind = kind;
+    fields.timeMs = timeMs;
+    fields.tid = tid;
+    return makeRecord(fields);
 }
 
 std::string serialize(const ZelkLogMsg &record, uint64_t format)
@@ -119,29 +122,44 @@ std::string serialize(const ZelkLogMsg &record, uint64_t format)
     return std::string(text, length);
 }
 
-ZelkLogMsg makeRecord(uint32_t kind, int64_t timeMs)
+std::string writeTexts(const std::string &path, const std::vector<std::string> &texts, uint64_t format,
+                       const std::string &headerText)
 {
-    ZelkLogMsg record;
-    std::memset(&record, 0, sizeof record);
-    record.kind = kind;
-    record.timeMs = timeMs;
-    record.productId = 1;
-    record.originatorId = 112;
-    record.fileId = 1;
-    record.pid = 100;
-    record.tid = 200;
-    if (kind != ZELKLOG_MSG_DEBUG)
-        record.args.msgId = 1;
-    return record;
+    LogFile file(path, format, headerText);
+    for (const std::string &text : texts) {
+        if (!file.ok() || !file.append(text))
+            return "";
+    }
+    return file.ok() ? path : "";
 }
 
-bool setModifiedTime(const std::string &path, int64_t seconds)
+void writeLogFile(const std::string &path, const std::vector<RecordFields> &records, time_t mtime,
+                  uint64_t format, const std::string &headerText)
 {
-    struct timeval times[2];
-    times[0].tv_sec = time_t(seconds);
-    times[0].tv_usec = 0;
-    times[1] = times[0];
-    return utimes(path.c_str(), times) == 0;
+    {
+        LogFile file(path, format, headerText);
+        for (const RecordFields &fields : records)
+            file.append(makeRecord(fields));
+    }
+    setModificationTime(path, mtime);
+}
+
+void appendRecords(const std::string &path, const std::vector<RecordFields> &records)
+{
+    LogFile file(path);
+    for (const RecordFields &fields : records)
+        file.append(makeRecord(fields));
+}
+
+void appendRawRecord(const std::string &path, const std::string &text)
+{
+    LogFile(path).append(text);
+}
+
+void setModificationTime(const std::string &path, time_t mtime)
+{
+    struct timespec times[2] = {{mtime, 0}, {mtime, 0}};
+    EXPECT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0) << path;
 }
 
 }  // namespace zelk::test

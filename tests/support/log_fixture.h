@@ -1,11 +1,20 @@
-// Test fixture: log files written with the real writer into temporary directories.
+// Test fixture: records built from a few fields and log files written with the real
+// writer into temporary directories.
+//
+//   zelk::test::RecordFields fields;  // kind 2, pid 1234, product 7, originator 112
+//   fields.tid = 3;
+//   zelk::test::writeLogFile(dir + "a.log", {fields}, 100);  // modification time 100 s
+//
+// A record from makeRecord points into its RecordFields: keep the fields alive while the
+// record is used, and never release such a record with zelkLogFreeMsg.
 #ifndef ZELKLOG_TEST_LOG_FIXTURE_H
 #define ZELKLOG_TEST_LOG_FIXTURE_H
 
+#include "open_descriptors.h"
 #include "zelkLogRead.h"
 #include "zelkLogWriter.h"
 
-#include <cstdint>
+#include <ctime>
 #include <string>
 #include <vector>
 
@@ -34,7 +43,7 @@ public:
     LogFile(const std::string &path, uint64_t format, const std::string &headerText = "");
     // Opens the existing file `path` for appending.
     explicit LogFile(const std::string &path);
-    ~LogFile();
+    ~LogFile() { close(); }
     LogFile(const LogFile &) = delete;
     LogFile &operator=(const LogFile &) = delete;
 
@@ -47,25 +56,32 @@ private:
     ZelkLogWriter *writer_ = nullptr;
 };
 
-// Writes the log file `directory` + `fileName` (directory with a trailing "/") holding
-// one record per text, or per record, in order; the writer is closed afterwards.
-// Returns the full path ("" on failure).
-std::string writeLogFile(const std::string &directory, const std::string &fileName, uint64_t format,
-                         const std::vector<std::string> &texts, const std::string &headerText = "");
-std::string writeLogFile(const std::string &directory, const std::string &fileName, uint64_t format,
-                         const std::vector<ZelkLogMsg> &records, const std::string &headerText = "");
+struct RecordFields {
+    uint32_t kind = ZELKLOG_MSG_APP;
+    int64_t timeMs = 1000;
+    uint64_t tid = 1;  // the tests' record number
+    uint64_t pid = 1234, productId = 7, originatorId = 112, fileId = 0, msgId = 100;
+    uint32_t severity = ZELKLOG_SEV_INFO;  // kind 2
+    std::string who, subject, contextToken, contextText;  // "": none
+};
 
-// The serialized text of a record in a format ("" when it cannot be serialized).
-std::string serialize(const ZelkLogMsg &record, uint64_t format);
+ZelkLogMsg makeRecord(const RecordFields &fields);
+ZelkLogMsg makeRecord(uint32_t kind, int64_t timeMs, uint64_t tid = 1);  // no texts
+// The serialized text of a record ("" when it cannot be serialized).
+std::string serialize(const ZelkLogMsg &record, uint64_t format = ZELKLOG_FORMAT_10006);
 
-// A cleared record of `kind` at `timeMs`, with product 1, originator 112, file 1,
-// pid 100, tid 200 and, for kinds 1 to 4, message identifier 1 and no arguments.
-// String members are left null; tests may point them at their own strings (the writer
-// only reads them).  Never hand such a record to zelkLogFreeMsg.
-ZelkLogMsg makeRecord(uint32_t kind, int64_t timeMs);
+// Writes the log file `path` with one record per text; returns `path` ("" on failure).
+std::string writeTexts(const std::string &path, const std::vector<std::string> &texts,
+                       uint64_t format = ZELKLOG_FORMAT_10006, const std::string &headerText = "");
+// Writes the log file `path` with the records and sets its modification time, which
+// orders the file list (oldest first).
+void writeLogFile(const std::string &path, const std::vector<RecordFields> &records, time_t mtime,
+                  uint64_t format = ZELKLOG_FORMAT_10006, const std::string &headerText = "test host");
+// Appends records, or one raw text, to an existing log file.
+void appendRecords(const std::string &path, const std::vector<RecordFields> &records);
+void appendRawRecord(const std::string &path, const std::string &text);
 
-// Sets the modification time of `path` (seconds since 1970) - for ordering tests.
-bool setModifiedTime(const std::string &path, int64_t seconds);
+void setModificationTime(const std::string &path, time_t mtime);
 
 }  // namespace zelk::test
 
