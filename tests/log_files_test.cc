@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <string>
@@ -34,25 +35,22 @@ struct Products {
     }
 };
 
-struct Listed {
-    std::string directory;
-    std::string name;
-    uint64_t format;
-};
-
-std::vector<Listed> listFiles(const std::vector<std::string> &directories, uint32_t *code)
+// The listed files as "<directory><name> <format in hex>", and GetLogFiles' code.
+std::vector<std::string> listFiles(const std::vector<std::string> &directories, uint32_t *code)
 {
     Products products(directories);
     LogQuery query;
     std::memset(&query, 0, sizeof query);
     *code = GetLogFiles(products.pointers.data(), products.pointers.size(), &query);
-    std::vector<Listed> listed;
+    std::vector<std::string> listed;
     for (LogFileEntry *entry = query.currentFile; entry != nullptr;) {
         EXPECT_EQ(entry->file.fd, -1);
         EXPECT_EQ(entry->savedOffset, 0);
         EXPECT_EQ(entry->pending.timeMs, 0);
         EXPECT_STREQ(entry->headerText, "");
-        listed.push_back({entry->logDirectory, entry->fileName, entry->format});
+        char format[20];
+        std::snprintf(format, sizeof format, " %llx", static_cast<unsigned long long>(entry->format));
+        listed.push_back(std::string(entry->logDirectory) + entry->fileName + format);
         LogFileEntry *next = entry->next;
         zelkLogFree(entry);
         entry = next;
@@ -60,30 +58,21 @@ std::vector<Listed> listFiles(const std::vector<std::string> &directories, uint3
     return listed;
 }
 
-std::vector<std::string> names(const std::vector<Listed> &listed)
-{
-    std::vector<std::string> result;
-    for (const Listed &file : listed)
-        result.push_back(file.name);
-    return result;
-}
-
 TEST(GetLogFiles, OldestFirstAcrossDirectoriesSkippingWhatIsNoLogFile)
 {
     TempDir one;
     TempDir two;
-    struct File {
+    const struct {
         TempDir *dir;
         const char *name;
         int64_t modified;
         uint64_t format;
-    };
-    const File files[] = {
+    } files[] = {
         {&one, "c.log", 300, ZELKLOG_FORMAT_10006}, {&one, "b.log", 100, ZELKLOG_FORMAT_10004},
         {&two, "a.log", 100, ZELKLOG_FORMAT_10008}, {&two, "d.log", 200, ZELKLOG_FORMAT_10005},
         {&one, "a.log", 100, ZELKLOG_FORMAT_10007},
     };
-    for (const File &f : files) {
+    for (const auto &f : files) {
         ASSERT_NE(writeTexts(f.dir->file(f.name), {"r"}, f.format), "");
         zelk::test::setModificationTime(f.dir->file(f.name), f.modified);
     }
@@ -97,16 +86,11 @@ TEST(GetLogFiles, OldestFirstAcrossDirectoriesSkippingWhatIsNoLogFile)
     std::string oneNoSlash = one.path().substr(0, one.path().size() - 1);
     uint32_t code = 99;
     // The first directory is named twice (once without its "/"); a missing one is skipped.
-    std::vector<Listed> listed = listFiles({oneNoSlash, two.file("missing/"), two.path(), one.path()}, &code);
-    EXPECT_EQ(code, 0u);
     // By modification time, then name, then the order of the directories.
-    EXPECT_EQ(names(listed), (std::vector<std::string>{"a.log", "a.log", "b.log", "d.log", "c.log"}));
-    ASSERT_EQ(listed.size(), 5u);
-    EXPECT_EQ(listed[0].directory, one.path());
-    EXPECT_EQ(listed[0].format, ZELKLOG_FORMAT_10007);
-    EXPECT_EQ(listed[1].directory, two.path());
-    EXPECT_EQ(listed[1].format, ZELKLOG_FORMAT_10008);
-    EXPECT_EQ(listed[3].directory, two.path());
+    EXPECT_EQ(listFiles({oneNoSlash, two.file("missing/"), two.path(), one.path()}, &code),
+              (std::vector<std::string>{one.file("a.log 10007"), two.file("a.log 10008"), one.file("b.log 10004"),
+                                        two.file("d.log 10005"), one.file("c.log 10006")}));
+    EXPECT_EQ(code, 0u);
 }
 
 TEST(GetLogFiles, NoFilesIsAnEmptyListAndBadArgumentsAreRefused)

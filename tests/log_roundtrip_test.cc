@@ -22,16 +22,16 @@ char text[] = "context (title)";
 char narrow[] = "a|b)c,";
 wchar_t wide[] = L"w\u00e9\U0001F600";
 
-// Every argument type, a nested list, and beside them a chain of 32 nested lists (the
-// deepest the serializer writes).
+// Every argument type, a nested list, and beside them a chain of 33 nested lists: from
+// lists[1] 32 levels, the deepest the serializer writes, from lists[0] one too many.
 struct Arguments {
     ZelkLogMsgArg a[12]{};
     ZelkLogMsgArg *top[12] = {};
     ZelkLogMsgArg *inner[2] = {&a[10], nullptr};
     ZelkLogMsgArgList nested{77, 1, inner};
-    ZelkLogMsgArgList lists[32]{};
-    ZelkLogMsgArg holders[32]{};
-    std::array<ZelkLogMsgArg *, 2> arrays[32]{};
+    ZelkLogMsgArgList lists[33]{};
+    ZelkLogMsgArg holders[33]{};
+    std::array<ZelkLogMsgArg *, 2> arrays[33]{};
 
     Arguments()
     {
@@ -50,11 +50,11 @@ struct Arguments {
         for (int i = 0; i < 10; ++i)
             top[i] = &a[i];
         top[10] = &a[11];
-        for (size_t i = 0; i < 32; ++i) {
+        for (size_t i = 0; i < 33; ++i) {
             holders[i].type = ZELKLOG_ARG_LIST;
             holders[i].ownsValue = 1;
-            holders[i].value.list = &lists[i + 1];
-            arrays[i] = {i + 1 < 32 ? &holders[i] : nullptr, nullptr};
+            holders[i].value.list = i + 1 < 33 ? &lists[i + 1] : nullptr;
+            arrays[i] = {i + 1 < 33 ? &holders[i] : nullptr, nullptr};
             lists[i].msgId = i;
             lists[i].args = arrays[i].data();
         }
@@ -87,10 +87,15 @@ TEST(LogRoundTrip, EveryFormatAndKindThroughAFile)
             } else if (kind != 3) {
                 r.kindData.second.who = who;
             }
-            r.args = kind == 0 ? ZelkLogMsgArgList{} : kind == 5 ? arguments.lists[0]
+            r.args = kind == 0 ? ZelkLogMsgArgList{} : kind == 5 ? arguments.lists[1]
                                                                 : ZelkLogMsgArgList{9999999999ull, 0, arguments.top};
             records.push_back(r);
         }
+        ZelkLogMsg tooDeep = records.back();
+        tooDeep.args = arguments.lists[0];
+        char refused[ZELKLOG_MAX_RECORD_TEXT + 1];
+        size_t length = 0;
+        EXPECT_EQ(zelkLogSerializeMsg(&tooDeep, format, refused, sizeof refused, &length), ZELKLOG_RC_BAD_ARGUMENT);
         const std::string path = dir.file("f" + std::to_string(format));
         {
             zelk::test::LogFile file(path, format);

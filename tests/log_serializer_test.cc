@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <string>
 #include <vector>
 
@@ -94,22 +93,6 @@ TEST(LogSerializer, Refusals)
         EXPECT_EQ(zelkLogSerializeMsg(&r, ZELKLOG_FORMAT_10006, text, sizeof text, &length), ZELKLOG_RC_BAD_ARGUMENT)
             << c.name;
     }
-
-    // Nesting: 32 levels of lists (the top one included) are written, 33 refused.
-    std::vector<ZelkLogMsgArgList> lists(34);
-    std::vector<ZelkLogMsgArg> holders(34);
-    std::vector<std::array<ZelkLogMsgArg *, 2>> arrays(34);
-    for (size_t i = 0; i + 1 < lists.size(); ++i) {
-        holders[i].type = ZELKLOG_ARG_LIST;
-        holders[i].value.list = &lists[i + 1];
-        arrays[i] = {&holders[i], nullptr};
-        lists[i].args = arrays[i].data();
-    }
-    ZelkLogMsg nested = makeRecord({});
-    nested.args = lists[2];
-    EXPECT_EQ(zelkLogSerializeMsg(&nested, ZELKLOG_FORMAT_10006, text, sizeof text, &length), ZELKLOG_RC_OK);
-    nested.args = lists[1];
-    EXPECT_EQ(zelkLogSerializeMsg(&nested, ZELKLOG_FORMAT_10006, text, sizeof text, &length), ZELKLOG_RC_BAD_ARGUMENT);
 }
 
 }  // namespace

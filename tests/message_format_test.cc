@@ -8,7 +8,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <memory>
+#include <deque>
 #include <string>
 #include <vector>
 
@@ -17,8 +17,7 @@ namespace {
 namespace fs = std::filesystem;
 
 // A record whose strings and arguments live in this object (the formatter only reads).
-class TestRecord {
-public:
+struct TestRecord {
     TestRecord()
     {
         std::memset(&msg, 0, sizeof msg);
@@ -32,49 +31,32 @@ public:
         msg.tid = 7;
     }
     TestRecord &id(uint64_t messageId) { return msg.args.msgId = messageId, *this; }
-    TestRecord &text(const char *value) { return add(ZELKLOG_ARG_STRING).value.string = keep(value), *this; }
-    TestRecord &integer(int64_t value) { return add(ZELKLOG_ARG_INT).value.sizedInt.value = value, *this; }
-    TestRecord &unsigned64(uint64_t value) { return add(ZELKLOG_ARG_UINT64).value.uint64 = value, *this; }
-    TestRecord &real(double value) { return add(ZELKLOG_ARG_DOUBLE).value.real = value, *this; }
-    TestRecord &letter(wchar_t value) { return add(ZELKLOG_ARG_WCHAR).value.wideChar = value, *this; }
-    TestRecord &wide(const wchar_t *value)
-    {
-        wide_.push_back(std::make_unique<std::wstring>(value));
-        return add(ZELKLOG_ARG_WSTRING).value.wideString = wide_.back()->data(), *this;
-    }
-    TestRecord &nested(TestRecord &inner)  // `inner` must outlive this record
-    {
-        return add(ZELKLOG_ARG_LIST).value.list = &inner.get()->args, *this;
-    }
+    TestRecord &text(const char *value) { return add(ZELKLOG_ARG_STRING).string = keep(value), *this; }
+    TestRecord &integer(int64_t value) { return add(ZELKLOG_ARG_INT).sizedInt.value = value, *this; }
+    TestRecord &unsigned64(uint64_t value) { return add(ZELKLOG_ARG_UINT64).uint64 = value, *this; }
+    TestRecord &real(double value) { return add(ZELKLOG_ARG_DOUBLE).real = value, *this; }
+    TestRecord &letter(wchar_t value) { return add(ZELKLOG_ARG_WCHAR).wideChar = value, *this; }
+    TestRecord &wide(const wchar_t *value) { return add(ZELKLOG_ARG_WSTRING).wideString = wides_.emplace_back(value).data(), *this; }
+    TestRecord &nested(TestRecord &inner) { return add(ZELKLOG_ARG_LIST).list = &inner.msg.args, *this; }  // inner outlives
     TestRecord &token(const char *value) { return msg.contextToken = keep(value), *this; }
-    char *keep(const char *value)
-    {
-        strings_.push_back(std::make_unique<std::string>(value));
-        return strings_.back()->data();
-    }
-    ZelkLogMsg *get()
-    {
-        pointers_.clear();
-        for (auto &arg : args_)
-            pointers_.push_back(arg.get());
-        pointers_.push_back(nullptr);
-        msg.args.args = args_.empty() ? nullptr : pointers_.data();
-        return &msg;
-    }
+    char *keep(const char *value) { return strings_.emplace_back(value).data(); }
+    ZelkLogMsg *get() { return &msg; }
     ZelkLogMsg msg;
 
 private:
-    ZelkLogMsgArg &add(uint32_t type)
+    ZelkLogMsgArgValue &add(uint32_t type)
     {
-        args_.push_back(std::make_unique<ZelkLogMsgArg>());
-        std::memset(args_.back().get(), 0, sizeof(ZelkLogMsgArg));
-        args_.back()->type = type;
-        return *args_.back();
+        ZelkLogMsgArg &arg = args_.emplace_back();
+        std::memset(&arg, 0, sizeof arg);
+        arg.type = type;
+        pointers_.insert(pointers_.end() - 1, &arg);
+        msg.args.args = pointers_.data();
+        return arg.value;
     }
-    std::vector<std::unique_ptr<ZelkLogMsgArg>> args_;
-    std::vector<ZelkLogMsgArg *> pointers_;
-    std::vector<std::unique_ptr<std::string>> strings_;
-    std::vector<std::unique_ptr<std::wstring>> wide_;
+    std::deque<ZelkLogMsgArg> args_;
+    std::vector<ZelkLogMsgArg *> pointers_{nullptr};
+    std::deque<std::string> strings_;
+    std::deque<std::wstring> wides_;
 };
 
 class MessageFormat : public ::testing::Test {

@@ -14,12 +14,6 @@ QueryNode *leaf(int32_t kind, const void *value, const char *locale = nullptr)
     return addNewNode(kind, &record, &context);
 }
 
-TEST(QueryNode, OperatorKinds)
-{
-    for (int32_t kind = 0; kind <= 300; ++kind)
-        EXPECT_EQ(isoperator(kind), kind >= AND && kind <= NOTEQUAL ? 1 : 0) << kind;
-}
-
 TEST(QueryNode, Construction)
 {
     const char quoted[] = "'a b'";

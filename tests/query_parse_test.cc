@@ -125,21 +125,6 @@ TEST(Parse, StackLimit)
     EXPECT_EQ(parse(nested(10000)), "rc=2");
 }
 
-// A 10,000-character filter parses like the same filter written compactly.
-TEST(Parse, TenThousandCharacters)
-{
-    std::string compact;
-    std::string padded;
-    for (int i = 0; i < 60; ++i) {
-        const std::string joint = i == 0 ? "" : (i % 2 ? "&&" : "||");
-        compact += joint + "PID=" + std::to_string(i);
-        padded += joint + std::string(80, ' ') + "PID\t=  " + std::to_string(i) + std::string(70, ' ');
-    }
-    padded.resize(10000, ' ');
-    EXPECT_EQ(parse(padded), parse(compact));
-    EXPECT_EQ(parse(compact).substr(0, 3), "OR(");
-}
-
 // A parse that stopped in the middle of its text leaves nothing for the next one.
 TEST(Parse, FailedParseLeavesNothing)
 {

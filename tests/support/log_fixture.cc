@@ -31,44 +31,39 @@ TempDir::~TempDir()
     }
 }
 
+// Every writer call reports a failure as a test failure and through its result.
+static bool check(uint32_t code, const char *what, const std::string &path = "")
+{
+    if (code != 0)
+        ADD_FAILURE() << what << "(" << path << ") = " << code;
+    return code == 0;
+}
+
 LogFile::LogFile(const std::string &path, uint64_t format, const std::string &headerText)
 {
-    uint32_t code = zelkLogWriterCreate(path.c_str(), format, headerText.c_str(), 0660, &writer_);
-    if (code != 0)
-        ADD_FAILURE() << "zelkLogWriterCreate(" << path << ") = " << code;
+    check(zelkLogWriterCreate(path.c_str(), format, headerText.c_str(), 0660, &writer_), "zelkLogWriterCreate", path);
 }
 
 LogFile::LogFile(const std::string &path)
 {
-    uint32_t code = zelkLogWriterOpen(path.c_str(), &writer_);
-    if (code != 0)
-        ADD_FAILURE() << "zelkLogWriterOpen(" << path << ") = " << code;
+    check(zelkLogWriterOpen(path.c_str(), &writer_), "zelkLogWriterOpen", path);
 }
 
 bool LogFile::append(const std::string &text)
 {
-    uint32_t code = zelkLogWriterAppend(writer_, text.data(), text.size());
-    if (code != 0)
-        ADD_FAILURE() << "zelkLogWriterAppend = " << code;
-    return code == 0;
+    return check(zelkLogWriterAppend(writer_, text.data(), text.size()), "zelkLogWriterAppend");
 }
 
 bool LogFile::append(const ZelkLogMsg &record)
 {
-    uint32_t code = zelkLogWriterAppendMsg(writer_, &record);
-    if (code != 0)
-        ADD_FAILURE() << "zelkLogWriterAppendMsg = " << code;
-    return code == 0;
+    return check(zelkLogWriterAppendMsg(writer_, &record), "zelkLogWriterAppendMsg");
 }
 
 void LogFile::close()
 {
-    if (writer_ != nullptr) {
-        uint32_t code = zelkLogWriterClose(writer_);
-        if (code != 0)
-            ADD_FAILURE() << "zelkLogWriterClose = " << code;
-        writer_ = nullptr;
-    }
+    if (writer_ != nullptr)
+        check(zelkLogWriterClose(writer_), "zelkLogWriterClose");
+    writer_ = nullptr;
 }
 
 namespace {
