@@ -12,14 +12,6 @@
 
 namespace {
 
-zelk::test::RecordFields rec(uint64_t tid)
-{
-    zelk::test::RecordFields s;
-    s.tid = tid;
-    s.timeMs = 1000 * static_cast<int64_t>(tid);
-    return s;
-}
-
 std::string report(LogQuery *query, uint32_t expectedCode = 0)
 {
     ::testing::internal::CaptureStdout();
@@ -43,8 +35,8 @@ TEST(CorruptReport, ExactOutput)
                "\nError Code: " + std::to_string(code) + "\nRecord Contents:\n" + text + "\n";
     };
     const std::string garbage = "no message here";
-    const std::string cut = zelk::test::serialize(zelk::test::makeRecord(rec(9))).substr(0, 12);
-    zelk::test::writeLogFile(directory + "a.log", {rec(1), rec(2)}, 1000);
+    const std::string cut = zelk::test::serialize(zelk::test::makeRecord(zelk::test::numbered(9))).substr(0, 12);
+    zelk::test::writeLogFile(directory + "a.log", {zelk::test::numbered(1), zelk::test::numbered(2)}, 1000);
     LogQuery query{};
     ASSERT_EQ(zelkLogCreateQuery("PID = 1234", "en_US", &query), 0u);
     EXPECT_EQ(report(&query), "No corrupt records found.\n");
@@ -54,9 +46,9 @@ TEST(CorruptReport, ExactOutput)
     zelkLogDestroyQuery(&query);
 
     zelk::test::appendRawRecord(directory + "a.log", garbage);
-    zelk::test::appendRecords(directory + "a.log", {rec(4)});
+    zelk::test::appendRecords(directory + "a.log", {zelk::test::numbered(4)});
     zelk::test::setModificationTime(directory + "a.log", 1000);
-    zelk::test::writeLogFile(directory + "b.log", {rec(5)}, 2000);
+    zelk::test::writeLogFile(directory + "b.log", {zelk::test::numbered(5)}, 2000);
     zelk::test::appendRawRecord(directory + "b.log", cut);
     ASSERT_EQ(zelkLogCreateQuery("PID = 1234", "en_US", &query), 0u);
     // The first file is open and partly read: the report must not disturb it.

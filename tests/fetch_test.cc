@@ -15,16 +15,7 @@
 
 namespace {
 
-using zelk::test::RecordFields;
-
-RecordFields rec(uint64_t tid, uint32_t kind = ZELKLOG_MSG_APP)
-{
-    RecordFields s;
-    s.tid = tid;
-    s.kind = kind;
-    s.timeMs = 1700000000000 + static_cast<int64_t>(tid) * 1000;
-    return s;
-}
+using zelk::test::numbered;
 
 class Fetch : public ::testing::Test {
 protected:
@@ -59,8 +50,8 @@ protected:
 // to every decoded record, by both fetches.
 TEST_F(Fetch, FiltersEndToEnd)
 {
-    zelk::test::writeLogFile(path("mixed.log"), {rec(1, ZELKLOG_MSG_DEBUG), rec(2), rec(3, ZELKLOG_MSG_CTX),
-                                                 rec(4, ZELKLOG_MSG_AUDIT)}, 1000);
+    zelk::test::writeLogFile(path("mixed.log"), {numbered(1, ZELKLOG_MSG_DEBUG), numbered(2), numbered(3, ZELKLOG_MSG_CTX),
+                                                 numbered(4, ZELKLOG_MSG_AUDIT)}, 1000);
     const std::pair<const char *, const char *> cases[] = {
         {"MSGTYPE = AUDIT || MSGTYPE = DEBUG", "0:1 0:4 9"}, {"PRODID = 'billing' && 1235 > PID", "0:1 0:2 0:4 9"},
         {"PID = 4321", "9"}};
@@ -74,20 +65,20 @@ TEST_F(Fetch, FiltersEndToEnd)
 
 TEST_F(Fetch, CorruptTornAndGrowingFiles)
 {
-    zelk::test::writeLogFile(path("a.log"), {rec(1)}, 1000);
+    zelk::test::writeLogFile(path("a.log"), {numbered(1)}, 1000);
     zelk::test::appendRawRecord(path("a.log"), "this is not a serialized message");
-    zelk::test::appendRecords(path("a.log"), {rec(3)});
+    zelk::test::appendRecords(path("a.log"), {numbered(3)});
     zelk::test::setModificationTime(path("a.log"), 1000);
-    zelk::test::writeLogFile(path("b.log"), {rec(4), rec(5)}, 2000);
+    zelk::test::writeLogFile(path("b.log"), {numbered(4), numbered(5)}, 2000);
     std::filesystem::resize_file(path("b.log"), std::filesystem::file_size(path("b.log")) - 5);  // torn
     zelk::test::setModificationTime(path("b.log"), 2000);
     // The last file is still held by its writer and grows while it is read.
     zelk::test::LogFile live(path("c.log"), ZELKLOG_FORMAT_10006, "live");
-    live.append(zelk::test::makeRecord(rec(6)));
-    live.append(zelk::test::makeRecord(rec(7)));
+    live.append(zelk::test::makeRecord(numbered(6)));
+    live.append(zelk::test::makeRecord(numbered(7)));
     create("PID = 1234");
     EXPECT_EQ(fetchAll(false, 5), "0:1 23 0:3 0:4 0:6");
-    live.append(zelk::test::makeRecord(rec(8)));
+    live.append(zelk::test::makeRecord(numbered(8)));
     EXPECT_EQ(fetchAll(), "0:7 0:8 9");
 }
 
@@ -95,7 +86,7 @@ TEST_F(Fetch, LogsetFileGivesEveryRecordItsLogset)
 {
     char name[256];
     ASSERT_EQ(zelkLogMakeLogSetFileName(42, "nightly", ".log", name, sizeof name), 0u);
-    zelk::test::writeLogFile(path(name), {rec(1), rec(2, ZELKLOG_MSG_AUDIT)}, 1000, ZELKLOG_FORMAT_10008);
+    zelk::test::writeLogFile(path(name), {numbered(1), numbered(2, ZELKLOG_MSG_AUDIT)}, 1000, ZELKLOG_FORMAT_10008);
     create("PID = 1234");
     ZelkLogMsg record;
     for (int i = 0; i < 2; ++i) {
@@ -109,7 +100,7 @@ TEST_F(Fetch, LogsetFileGivesEveryRecordItsLogset)
 TEST_F(Fetch, UnopenableFilesAndDescriptors)
 {
     for (int i = 0; i < 4; ++i)
-        zelk::test::writeLogFile(path("f" + std::to_string(i) + ".log"), {rec(10 * i + 1), rec(10 * i + 2)}, 1000 + i);
+        zelk::test::writeLogFile(path("f" + std::to_string(i) + ".log"), {numbered(10 * i + 1), numbered(10 * i + 2)}, 1000 + i);
     const int before = zelk::test::openDescriptors();
     create("PID = 1234");
     unlink(path("f1.log").c_str());

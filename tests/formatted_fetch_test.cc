@@ -15,11 +15,9 @@ namespace {
 
 zelk::test::RecordFields app(uint64_t tid, const std::string &token = "")
 {
-    zelk::test::RecordFields s;
-    s.tid = tid;
-    s.timeMs = 1700000000000 + 1000 * static_cast<int64_t>(tid);
-    s.contextToken = token;
-    return s;
+    zelk::test::RecordFields fields = zelk::test::numbered(tid);
+    fields.contextToken = token;
+    return fields;
 }
 
 TEST(FormattedFetch, LocalesTitlesFlagsAndCodes)

@@ -1,20 +1,18 @@
 // Message formatting in the logging core: catalogues and their locale fallback, the
 // formatted line and its flag bits, cutting to a length, context titles.
 #include "zelkLogCore.h"
+#include "log_fixture.h"
 #include "zone_guard.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <deque>
 #include <string>
 #include <vector>
 
 namespace {
-
-namespace fs = std::filesystem;
 
 // A record whose strings and arguments live in this object (the formatter only reads).
 struct TestRecord {
@@ -63,9 +61,6 @@ class MessageFormat : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        char pattern[] = "/tmp/zelk-catalogue-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        dir_ = pattern;
         write("root.ini",
               "[messages]\n"
               "1001 = Could not open {0}: error {1,number,integer}\n"
@@ -83,14 +78,10 @@ protected:
         write("de_AT.ini", "[messages]\n3000 = {0} Dateien kopiert (AT)\n");
         InitializeLocalizerList(&list_);
     }
-    void TearDown() override
-    {
-        RemoveAllLocalizers(&list_);
-        fs::remove_all(dir_);
-    }
+    void TearDown() override { RemoveAllLocalizers(&list_); }
     void write(const std::string &name, const std::string &content)
     {
-        std::ofstream(dir_ + "/" + name, std::ios::binary) << content;
+        std::ofstream(catalogues_.file(name), std::ios::binary) << content;
     }
     // Formats with the fixture's localiser list and catalogue directory.
     std::string format(const ZelkLogMsg *record, const char *locale, uint32_t flags = 0, uint32_t maxLength = 0,
@@ -104,7 +95,8 @@ protected:
         zelkLogFree(text);
         return result;
     }
-    std::string dir_;
+    zelk::test::TempDir catalogues_;
+    const std::string dir_ = catalogues_.path();
     ZelkLogLocalizerList list_{};
 };
 

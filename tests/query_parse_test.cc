@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <ctime>
 #include <string>
 #include <thread>
 #include <vector>
@@ -72,17 +71,6 @@ TEST(Parse, TreesAndCodes)
     EXPECT_EQ(parseQueryString("PID = 5", nullptr, nullptr), ZELKLOG_RC_BAD_ARGUMENT);
     QueryNode *root = nullptr;
     EXPECT_EQ(parseQueryString(nullptr, nullptr, &root), ZELKLOG_RC_BAD_ARGUMENT);
-}
-
-// The keyword moves to the left of =, then PREVTIME = x becomes a date range.
-TEST(Parse, PrevTimeBecomesADateRange)
-{
-    QueryNode *root = nullptr;
-    ASSERT_EQ(parseQueryString("3600 = prevtime", nullptr, &root), 0u);
-    const uint64_t now = root->right->right->value;
-    EXPECT_EQ(treeText(root), "AND(>=(STDATE, " + std::to_string(now - 3600) + "), <=(ENDATE, " +
-                                  std::to_string(now) + "))");
-    removeTree(root);
 }
 
 // Text operands get their own copy of the locale; BETWEEN bounds get none.

@@ -65,6 +65,16 @@ struct RecordFields {
     std::string who, subject, contextToken, contextText;  // "": none
 };
 
+// Record number `tid` (its thread id) of `kind`, one second after the one before it.
+inline RecordFields numbered(uint64_t tid, uint32_t kind = ZELKLOG_MSG_APP)
+{
+    RecordFields fields;
+    fields.tid = tid;
+    fields.kind = kind;
+    fields.timeMs = 1700000000000 + static_cast<int64_t>(tid) * 1000;
+    return fields;
+}
+
 ZelkLogMsg makeRecord(const RecordFields &fields);
 ZelkLogMsg makeRecord(uint32_t kind, int64_t timeMs, uint64_t tid = 1);  // no texts
 // The serialized text of a record ("" when it cannot be serialized).
