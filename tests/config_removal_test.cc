@@ -13,6 +13,8 @@
 namespace {
 
 using zelk::test::ConfigFixture;
+using zelk::test::Names;
+using zelk::test::storeSections;
 
 // True when another thread can take the common lock within a second.  A thread that
 // stays blocked is left behind (the test has failed then anyway).
@@ -28,34 +30,16 @@ bool commonLockIsFree()
     return done.wait_for(std::chrono::seconds(1)) == std::future_status::ready;
 }
 
-std::vector<std::string> sections(const std::string &location)
-{
-    std::vector<std::string> names;
-    UtiPropertyStore store{};
-    uint32_t code = utiOpenPropertyStore(location.c_str(), "", &store, 0);
-    for (uint32_t index = 0; code == 0; ++index) {
-        char name[80];
-        uint32_t length = sizeof name;
-        code = utiEnumProductId(&store, index, name, &length);
-        if (code == 0)
-            names.emplace_back(name);
-    }
-    utiClosePropertyStore(&store);
-    return names;
-}
-
-using Names = std::vector<std::string>;
-
 TEST(Removal, OriginatorSections)
 {
     ConfigFixture config({{7, {"billing"}, "", {{112, {"main"}}, {5, {"worker"}}}}});
     config.setProperty(config.productStore(7), "112", "Names", "a section named 112");
-    ASSERT_EQ(sections(config.productStore(7)), (Names{"Default", "5", "112"}));
+    ASSERT_EQ(storeSections(config.productStore(7)), (Names{"Default", "5", "112"}));
     EXPECT_EQ(zelkLogRemoveCfg(7, 112), 0u);
-    EXPECT_EQ(sections(config.productStore(7)), (Names{"5", "112"}));
+    EXPECT_EQ(storeSections(config.productStore(7)), (Names{"5", "112"}));
     EXPECT_EQ(zelkLogRemoveCfg(7, 5), 0u);
     EXPECT_EQ(zelkLogRemoveCfg(7, 5), ZELKLOG_RC_UNKNOWN_NAME);
-    EXPECT_EQ(sections(config.productStore(7)), Names{"112"});
+    EXPECT_EQ(storeSections(config.productStore(7)), Names{"112"});
     EXPECT_TRUE(commonLockIsFree());
 }
 
@@ -83,7 +67,7 @@ TEST(Removal, InvalidArgumentsAndMissingStoresLeaveTheLockFree)
         EXPECT_EQ(c.remove(), c.code) << c.what;
         EXPECT_TRUE(commonLockIsFree()) << c.what;
     }
-    EXPECT_EQ(sections(config.productStore(7)), Names{"5"});
+    EXPECT_EQ(storeSections(config.productStore(7)), Names{"5"});
 }
 
 TEST(Removal, StoreThatCannotBeOpened)
@@ -103,7 +87,7 @@ TEST(Removal, StoreThatCannotBeOpened)
     config.setProperty("\\LOGSET", "nightly", "Directory", "/n");
     EXPECT_EQ(zelkLogRemoveLogSetCfg(7, "nightly"), 2u);
     EXPECT_EQ(zelkLogRemoveCfg(7, 5), 2u);
-    EXPECT_EQ(sections("\\LOGSET"), Names{"nightly"});
+    EXPECT_EQ(storeSections("\\LOGSET"), Names{"nightly"});
     std::filesystem::current_path(before);
 }
 
@@ -115,7 +99,7 @@ TEST(Removal, FlatLogSetSections)
         config.setProperty(config.productStore(7), "LOGSET.nightly", "Names", "n");
         config.setProperty(config.productStore(7), "nightly", "Names", "not a logset section");
         EXPECT_EQ(zelkLogRemoveLogSetCfg(7, "nightly"), 0u) << storeName;
-        EXPECT_EQ(sections(config.productStore(7)), (Names{"5", "nightly"})) << storeName;
+        EXPECT_EQ(storeSections(config.productStore(7)), (Names{"5", "nightly"})) << storeName;
         EXPECT_EQ(zelkLogRemoveLogSetCfg(7, "nightly"), ZELKLOG_RC_UNKNOWN_NAME) << storeName;
     }
 }
@@ -130,8 +114,8 @@ TEST(Removal, NestedAndLongLogSetSections)
     config.setProperty(config.productStore(7), "LOGSET.nightly", "Names", "stays");
     EXPECT_EQ(zelkLogRemoveLogSetCfg(7, "nightly"), 0u);
     EXPECT_EQ(zelkLogRemoveLogSetCfg(7, longest.c_str()), 0u);
-    EXPECT_TRUE(sections(nested).empty());
-    EXPECT_EQ(sections(config.productStore(7)), (Names{"5", "LOGSET.nightly"}));
+    EXPECT_TRUE(storeSections(nested).empty());
+    EXPECT_EQ(storeSections(config.productStore(7)), (Names{"5", "LOGSET.nightly"}));
 }
 
 TEST(Removal, WholeProduct)
@@ -140,7 +124,7 @@ TEST(Removal, WholeProduct)
     std::string store = config.productStore(7);
     config.setProperty(store + "\\LOGSET", "nightly", "Directory", "/n");
     ASSERT_EQ(zelkLogRemoveProductAllCfg(7), 0u);
-    EXPECT_EQ(sections(config.globalStore()), Names{"12"});
+    EXPECT_EQ(storeSections(config.globalStore()), Names{"12"});
     EXPECT_FALSE(std::filesystem::exists(store));
     EXPECT_FALSE(std::filesystem::exists(store + "\\LOGSET"));
     EXPECT_EQ(zelkLogRemoveProductAllCfg(7), ZELKLOG_RC_STORE_UNAVAILABLE);
@@ -153,7 +137,7 @@ TEST(Removal, ProductWhoseCoreConfigurationStays)
     std::filesystem::create_directories(config.path("blocked.conf/inner"));
     config.setProperty(config.globalStore(), "7", "ConfigPath", config.path("blocked.conf"));
     EXPECT_EQ(zelkLogRemoveProductAllCfg(7), utipsres2zelklogres(6));
-    EXPECT_EQ(sections(config.globalStore()), Names{"7"});
+    EXPECT_EQ(storeSections(config.globalStore()), Names{"7"});
 }
 
 }  // namespace
