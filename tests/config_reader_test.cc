@@ -22,8 +22,10 @@ struct ConfigArray {
 // fixed log directory.
 class ConfigReader : public ::testing::Test {
 protected:
-    ConfigFixture config{{{7, {"billing", "Bill"}, "", {{112, {"main"}}, {5, {"worker", "batch"}, 9, {"jobs", "queue"}}}, "fmt7"},
-                          {12, {"shop"}, "/var/log/shop", {{3, {"cart"}, 31, {"orders"}}}}}};
+    ConfigFixture config{{
+        {7, {"billing", "Bill"}, "", {{112, {"main"}}, {5, {"worker", "batch"}, 9, {"jobs", "queue"}}}, "fmt7"},
+        {12, {"shop"}, "/var/log/shop", {{3, {"cart"}, 31, {"orders"}}}},
+    }};
 };
 
 TEST_F(ConfigReader, DeliversEveryProductAndLooksUpNames)

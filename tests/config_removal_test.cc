@@ -46,11 +46,7 @@ TEST(Removal, OriginatorSections)
 TEST(Removal, InvalidArgumentsAndMissingStoresLeaveTheLockFree)
 {
     ConfigFixture config({{7, {"billing"}, "", {{5, {"worker"}}}}});
-    struct Case {
-        const char *what;
-        uint32_t (*remove)();
-        uint32_t code;
-    } cases[] = {
+    const struct { const char *what; uint32_t (*remove)(); uint32_t code; } cases[] = {
         {"product 0", [] { return zelkLogRemoveCfg(0, 5); }, ZELKLOG_RC_BAD_ARGUMENT},
         {"16-digit product", [] { return zelkLogRemoveCfg(1000000000000000ull, 5); }, ZELKLOG_RC_BAD_ARGUMENT},
         {"originator 0", [] { return zelkLogRemoveCfg(7, 0); }, ZELKLOG_RC_BAD_ARGUMENT},
@@ -63,7 +59,7 @@ TEST(Removal, InvalidArgumentsAndMissingStoresLeaveTheLockFree)
         {"unknown product all", [] { return zelkLogRemoveProductAllCfg(8); }, ZELKLOG_RC_STORE_UNAVAILABLE},
         {"invalid product all", [] { return zelkLogRemoveProductAllCfg(0); }, ZELKLOG_RC_BAD_ARGUMENT},
     };
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         EXPECT_EQ(c.remove(), c.code) << c.what;
         EXPECT_TRUE(commonLockIsFree()) << c.what;
     }
@@ -91,31 +87,25 @@ TEST(Removal, StoreThatCannotBeOpened)
     std::filesystem::current_path(before);
 }
 
-TEST(Removal, FlatLogSetSections)
+// A ".conf" anywhere in the store path, a directory name included, selects the flat form
+// ("LOGSET.<name>" sections of the product store); otherwise the sections of "<store>\LOGSET".
+TEST(Removal, LogSetSections)
 {
-    // A ".conf" anywhere in the path selects the flat form, a directory name included.
-    for (const char *storeName : {"p7.conf", "x.conf.d-prod7"}) {
+    for (std::string storeName : {"p7.conf", "x.conf.d-prod7", "prod7"}) {
+        SCOPED_TRACE(storeName);
         ConfigFixture config({{7, {"billing"}, "", {{5, {"worker"}}}, "", storeName}});
-        config.setProperty(config.productStore(7), "LOGSET.nightly", "Names", "n");
-        config.setProperty(config.productStore(7), "nightly", "Names", "not a logset section");
-        EXPECT_EQ(zelkLogRemoveLogSetCfg(7, "nightly"), 0u) << storeName;
-        EXPECT_EQ(storeSections(config.productStore(7)), (Names{"5", "nightly"})) << storeName;
-        EXPECT_EQ(zelkLogRemoveLogSetCfg(7, "nightly"), ZELKLOG_RC_UNKNOWN_NAME) << storeName;
+        const std::string product = config.productStore(7), longest(400, 'q');
+        const bool flat = storeName != "prod7";
+        const std::string logsets = flat ? product : product + "\\LOGSET", prefix = flat ? "LOGSET." : "";
+        config.setProperty(logsets, prefix + "nightly", "Directory", "/logs/n");
+        config.setProperty(logsets, prefix + longest, "Directory", "/logs/q");
+        config.setProperty(product, flat ? "nightly" : "LOGSET.nightly", "Names", "not a logset section");
+        EXPECT_EQ(zelkLogRemoveLogSetCfg(7, "nightly"), 0u);
+        EXPECT_EQ(zelkLogRemoveLogSetCfg(7, longest.c_str()), 0u);
+        EXPECT_EQ(zelkLogRemoveLogSetCfg(7, "nightly"), ZELKLOG_RC_UNKNOWN_NAME);
+        EXPECT_EQ(storeSections(product), (Names{"5", flat ? "nightly" : "LOGSET.nightly"}));
+        EXPECT_TRUE(flat || storeSections(logsets).empty());
     }
-}
-
-TEST(Removal, NestedAndLongLogSetSections)
-{
-    ConfigFixture config({{7, {"billing"}, "", {{5, {"worker"}}}, "", "prod7"}});
-    std::string nested = config.productStore(7) + "\\LOGSET";
-    std::string longest(400, 'q');
-    config.setProperty(nested, "nightly", "Directory", "/logs/n");
-    config.setProperty(nested, longest, "Directory", "/logs/q");
-    config.setProperty(config.productStore(7), "LOGSET.nightly", "Names", "stays");
-    EXPECT_EQ(zelkLogRemoveLogSetCfg(7, "nightly"), 0u);
-    EXPECT_EQ(zelkLogRemoveLogSetCfg(7, longest.c_str()), 0u);
-    EXPECT_TRUE(storeSections(nested).empty());
-    EXPECT_EQ(storeSections(config.productStore(7)), (Names{"5", "LOGSET.nightly"}));
 }
 
 TEST(Removal, WholeProduct)

@@ -66,11 +66,7 @@ TEST(OffsetToTimeZone, NamesOffsetsWithinTheBuffer)
 TEST(DateFormat, ShowsLocalClockInEachLocale)
 {
     ZoneGuard zone(kIndia);
-    const struct {
-        const char *locale;
-        int32_t timeStyle, dateStyle;
-        std::u16string pieces[2];
-    } cases[] = {
+    const struct { const char *locale; int32_t timeStyle, dateStyle; std::u16string pieces[2]; } cases[] = {
         {"en_US", 2, 3, {u"11/15/23", u"3:43:20\u202fAM"}},
         {"de_DE", 2, 3, {u"15.11.23", u"03:43:20"}},
         {"de_DE", 2, 1, {u"15. November 2023", u"03:43:20"}},
@@ -87,12 +83,8 @@ TEST(DateFormat, ShowsLocalClockInEachLocale)
 
 TEST(DateFormat, ParsesWhatItFormatted)
 {
-    const struct {
-        const char *zone;
-        const char *locale;
-        int32_t timeStyle, dateStyle;
-        int64_t resolution;  // seconds the styles show
-    } cases[] = {
+    // `resolution`: the seconds the styles show.
+    const struct { const char *zone, *locale; int32_t timeStyle, dateStyle; int64_t resolution; } cases[] = {
         {kIndia, "en_US", 2, 3, 1}, {kIndia, "de_DE", 2, 3, 1},      {"UTC0", "en_US", 1, 1, 1},
         {"UTC0", "de_DE", 0, 0, 1}, {"EST5EDT", "en_US", 3, 3, 60},  {"EST5EDT", "de_DE", 2, 2, 1},
         {"EST5EDT", "fr_FR", 2, 3, 1}, {"UTC0", nullptr, 2, 3, 1},
@@ -146,10 +138,8 @@ TEST(DateFormat, BadArgumentsLeaveNothingToRelease)
     EXPECT_EQ(parsed, 42);
     EXPECT_EQ(zelkLogstrftime(2, 3, 1.0, "en_US", nullptr), ZELKLOG_RC_BAD_ARGUMENT);
 
-    const struct {
-        int32_t timeStyle, dateStyle;
-        double time;
-    } failing[] = {{-2, 3, 1.0}, {2, 77, 1.0}, {4, 3, 1.0}, {2, -3, 1.0}, {2, 3, NAN}, {2, 3, INFINITY}};
+    const struct { int32_t timeStyle, dateStyle; double time; } failing[] = {
+        {-2, 3, 1.0}, {2, 77, 1.0}, {4, 3, 1.0}, {2, -3, 1.0}, {2, 3, NAN}, {2, 3, INFINITY}};
     for (const auto &c : failing) {
         void *formatter = &parsed;
         ZELKLOG_UCHAR *text = reinterpret_cast<ZELKLOG_UCHAR *>(&parsed);
@@ -166,7 +156,7 @@ TEST(DateFormat, BadArgumentsLeaveNothingToRelease)
 int64_t localMidnight(int64_t time)
 {
     time_t t = static_cast<time_t>(time);
-    struct tm local;
+    struct tm local {};
     localtime_r(&t, &local);
     local.tm_hour = local.tm_min = local.tm_sec = 0;
     local.tm_isdst = -1;
