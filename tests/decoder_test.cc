@@ -117,7 +117,7 @@ TEST(Decoder, RefusedFormatsAndMissingArguments)
 TEST(Decoder, NumberRules)
 {
     const struct { const char *field, *pid, *time, *level; } cases[] = {
-        // field                    pid                     time                    level
+        // field, then what pid, timeMs and level hold (null: the record is refused)
         {"0", "0", "0", "0"},  {"007", "0", "0", "7"},  {"0x1f", "0", "0", "0"},  {"12ab", "12", "12", "12"},
         {" +5", "5", "5", "5"},
         {"-7", "18446744073709551609", "-7", "-7"},

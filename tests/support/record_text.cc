@@ -2,6 +2,7 @@
 #include "record_text.h"
 
 #include <cstdio>
+#include <type_traits>
 
 namespace zelk::test {
 namespace {
@@ -9,27 +10,24 @@ namespace {
 // Printable ASCII as is, anything else escaped with `escape` (a printf format).
 void append(std::string &out, uint32_t c, const char *escape)
 {
-    char escaped[16] = {static_cast<char>(c), '\0'};
+    char piece[16] = {static_cast<char>(c), '\0'};
     if (c < 0x20 || c >= 0x7F)
-        std::snprintf(escaped, sizeof escaped, escape, c);
-    out += escaped;
+        std::snprintf(piece, sizeof piece, escape, c);
+    out += piece;
 }
 
-std::string narrow(const char *text)
+// A C string ("-" for none), character by character; `Char` is char or wchar_t.
+template <typename Char>
+std::string escaped(const Char *text, const char *escape)
 {
     std::string out = text == nullptr ? "-" : "";
-    for (const char *p = text; p != nullptr && *p != '\0'; ++p)
-        append(out, static_cast<unsigned char>(*p), "\\x%02X");
+    for (const Char *p = text; p != nullptr && *p != 0; ++p)
+        append(out, static_cast<std::make_unsigned_t<Char>>(*p), escape);
     return out;
 }
 
-std::string wide(const wchar_t *text)
-{
-    std::string out = text == nullptr ? "-" : "";
-    for (const wchar_t *p = text; p != nullptr && *p != L'\0'; ++p)
-        append(out, static_cast<uint32_t>(*p), "\\u{%X}");
-    return out;
-}
+std::string narrow(const char *text) { return escaped(text, "\\x%02X"); }
+std::string wide(const wchar_t *text) { return escaped(text, "\\u{%X}"); }
 
 std::string sized(const char *tag, uint16_t size, const std::string &value)
 {
