@@ -5,66 +5,48 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include <cstdio>
 #include <vector>
 
 namespace {
 
 using zelk::test::ConfigFixture;
-using zelk::test::ProductEntry;
+using Ids = std::vector<uint64_t>;
 
-std::vector<uint64_t> products(uint32_t *code, uint64_t capacity = 16)
+// Lists the products (productId 0) or a product's originators into `capacity` slots.
+Ids listed(uint64_t productId, uint32_t *code, uint64_t capacity = 16)
 {
-    std::vector<uint64_t> ids(capacity + 1, 0xAAAA);
+    Ids ids(capacity + 1, 0xAAAA);
     uint64_t count = 99;
-    *code = zelkLogGetAllProducts(ids.data(), capacity, &count);
+    *code = productId == 0 ? zelkLogGetAllProducts(ids.data(), capacity, &count)
+                           : zelkLogGetAllOriginators(productId, ids.data(), capacity, &count);
     EXPECT_EQ(ids[capacity], 0xAAAAu) << "written past capacity";
     ids.resize(count <= capacity ? count : 0);
     return ids;
 }
 
-std::vector<uint64_t> originators(uint64_t productId, uint32_t *code, uint64_t capacity = 16)
-{
-    std::vector<uint64_t> ids(capacity + 1, 0xAAAA);
-    uint64_t count = 99;
-    *code = zelkLogGetAllOriginators(productId, ids.data(), capacity, &count);
-    EXPECT_EQ(ids[capacity], 0xAAAAu) << "written past capacity";
-    ids.resize(count <= capacity ? count : 0);
-    return ids;
-}
-
-TEST(Catalogue, ListsProductSectionsOnly)
-{
-    ConfigFixture config({{7, {"billing"}}, {12, {"shop"}}});
-    config.setProperty(config.globalStore(), "abc", "Names", "x");
-    config.setProperty(config.globalStore(), "LoggingTools", "L10nResourceDir", "/res");
-    config.setProperty(config.globalStore(), "0042", "Names", "leading zero");
-    uint32_t code = 1;
-    EXPECT_EQ(products(&code), (std::vector<uint64_t>{7, 12, 42}));
-    EXPECT_EQ(code, 0u);
-}
-
-TEST(Catalogue, EmptyAndMissingStores)
+TEST(Catalogue, ListsProductSectionsOnlyWithinCapacity)
 {
     ConfigFixture config;
     uint32_t code = 1;
-    EXPECT_TRUE(products(&code).empty());
+    EXPECT_TRUE(listed(0, &code).empty());
     EXPECT_EQ(code, 0u);
+    for (uint64_t id : {7, 8, 9})
+        config.addProduct({id});
+    config.setProperty(config.globalStore(), "abc", "Names", "x");
+    config.setProperty(config.globalStore(), "LoggingTools", "L10nResourceDir", "/res");
+    config.setProperty(config.globalStore(), "0042", "Names", "leading zero");
+    EXPECT_EQ(listed(0, &code), (Ids{7, 8, 9, 42}));
+    EXPECT_EQ(code, 0u);
+    EXPECT_EQ(listed(0, &code, 4).size(), 4u);
+    EXPECT_EQ(code, 0u);
+    EXPECT_EQ(listed(0, &code, 2), (Ids{7, 8}));
+    EXPECT_EQ(code, ZELKLOG_RC_NO_MEMORY);
+    EXPECT_TRUE(listed(0, &code, 0).empty());
+    EXPECT_EQ(code, ZELKLOG_RC_NO_MEMORY);
     std::remove(config.globalStore().c_str());
-    EXPECT_TRUE(products(&code).empty());
+    EXPECT_TRUE(listed(0, &code).empty());
     EXPECT_EQ(code, ZELKLOG_RC_STORE_UNAVAILABLE);
-}
-
-TEST(Catalogue, CapacityIsNeverExceeded)
-{
-    ConfigFixture config({{7, {}}, {8, {}}, {9, {}}});
-    uint32_t code = 0;
-    EXPECT_EQ(products(&code, 2), (std::vector<uint64_t>{7, 8}));
-    EXPECT_EQ(code, ZELKLOG_RC_NO_MEMORY);
-    EXPECT_TRUE(products(&code, 0).empty());
-    EXPECT_EQ(code, ZELKLOG_RC_NO_MEMORY);
-    EXPECT_EQ(products(&code, 3).size(), 3u);
-    EXPECT_EQ(code, 0u);
 }
 
 TEST(Catalogue, ProductNamesArePairedWithIds)
@@ -91,80 +73,58 @@ TEST(Catalogue, ListsOriginatorsOnceInStoreOrder)
     config.setProperty(config.productStore(7), "default", "Names", "not the default");
     config.setProperty(config.productStore(7), "5", "FileId", "3");
     uint32_t code = 1;
-    std::vector<uint64_t> expected{112, 5};
-    EXPECT_EQ(originators(7, &code), expected);
+    EXPECT_EQ(listed(7, &code), (Ids{112, 5}));
     EXPECT_EQ(code, 0u);
-    EXPECT_EQ(originators(7, &code), expected) << "a second call lists the same";
-    EXPECT_EQ(originators(7, &code, 1), std::vector<uint64_t>{112});
+    EXPECT_EQ(listed(7, &code), (Ids{112, 5})) << "a second call lists the same";
+    EXPECT_EQ(listed(7, &code, 1), Ids{112});
     EXPECT_EQ(code, ZELKLOG_RC_NO_MEMORY);
-}
-
-TEST(Catalogue, OriginatorsOfProductsWithoutStore)
-{
-    ConfigFixture config({{7, {"billing"}}});
-    uint32_t code = 0;
-    EXPECT_TRUE(originators(8, &code).empty());
-    EXPECT_EQ(code, ZELKLOG_RC_STORE_UNAVAILABLE) << "product not configured";
-    config.setProperty(config.globalStore(), "7", "ConfigPath", "");
-    EXPECT_TRUE(originators(7, &code).empty());
-    EXPECT_EQ(code, ZELKLOG_RC_STORE_UNAVAILABLE) << "empty store path";
-    config.setProperty(config.globalStore(), "7", "ConfigPath", config.path("gone.conf"));
-    EXPECT_TRUE(originators(7, &code).empty());
-    EXPECT_EQ(code, ZELKLOG_RC_STORE_UNAVAILABLE) << "store file missing";
+    // Not configured, an empty store path, a missing store file: no store.
+    EXPECT_TRUE(listed(8, &code).empty());
+    EXPECT_EQ(code, ZELKLOG_RC_STORE_UNAVAILABLE);
+    for (std::string path : {std::string(), config.path("gone.conf")}) {
+        config.setProperty(config.globalStore(), "7", "ConfigPath", path);
+        EXPECT_TRUE(listed(7, &code).empty());
+        EXPECT_EQ(code, ZELKLOG_RC_STORE_UNAVAILABLE) << path;
+    }
     uint64_t count = 0;
     EXPECT_EQ(zelkLogGetAllOriginators(7, nullptr, 4, &count), ZELKLOG_RC_BAD_ARGUMENT);
 }
 
-TEST(Catalogue, NumericNamesNeedNoConfiguration)
+// Configured names resolve through the stores; numbers need no configuration at all.
+TEST(Catalogue, NamesResolve)
 {
-    ::setenv("ZELKLOG_CONFIG", "/nonexistent/zelklog.conf", 1);
-    struct Case {
-        const char *name;
-        int64_t id;
-    } cases[] = {{"", 0}, {"0x1A", 26}, {"017", 15}, {"42", 42}, {" 42", 42}, {"-3", -3}, {"12abc", -1}, {"x", -1}};
-    for (const Case &c : cases)
-        EXPECT_EQ(zelkLogGetIdFromName(c.name, ZELKLOGREC_PRODID), c.id) << c.name;
+    ConfigFixture config({{7, {"billing"}, "", {{112, {"main"}}, {5, {"worker"}, 9, {"jobs"}}}}, {12, {"12abc"}}});
+    const struct { const char *name; uint32_t kind; int64_t configured, unconfigured; } cases[] = {
+        {"billing", ZELKLOGREC_PRODID, 7, -1},  {"12abc", ZELKLOGREC_PRODID, 12, -1},
+        {"Main", ZELKLOGREC_ORGID, 112, -1},    {"jobs", ZELKLOGREC_SHORGID, 9, -1},
+        {"nobody", ZELKLOGREC_PRODID, -1, -1},  {"billing", ZELKLOGREC_ORGID, -1, -1},
+        {"billing", ZELKLOGREC_SEV, -1, -1},    {"", ZELKLOGREC_PRODID, 0, 0},
+        {"0x1A", ZELKLOGREC_PRODID, 26, 26},    {"017", ZELKLOGREC_PRODID, 15, 15},
+        {" 42", ZELKLOGREC_PRODID, 42, 42},     {"-3", ZELKLOGREC_PRODID, -3, -3},
+        {"x", ZELKLOGREC_PRODID, -1, -1},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(zelkLogGetIdFromName(c.name, c.kind), c.configured) << c.name << " " << c.kind;
+    ::setenv("ZELKLOG_CONFIG", "/nonexistent/zelklog.conf", 1);  // restored by the fixture
+    for (const auto &c : cases)
+        EXPECT_EQ(zelkLogGetIdFromName(c.name, c.kind), c.unconfigured) << c.name << " " << c.kind;
     EXPECT_EQ(zelkLogGetIdFromName(nullptr, ZELKLOGREC_PRODID), -1);
-    ::unsetenv("ZELKLOG_CONFIG");
-}
-
-TEST(Catalogue, NamesResolveThroughTheConfiguration)
-{
-    ConfigFixture config({{7, {"billing"}, "", {{112, {"main"}}, {5, {"worker"}, 9, {"jobs"}}}},
-                          {12, {"12abc"}, "", {}}});
-    struct Case {
-        const char *name;
-        uint32_t kind;
-        int64_t id;
-    } cases[] = {{"billing", ZELKLOGREC_PRODID, 7},  {"12abc", ZELKLOGREC_PRODID, 12},
-                 {"Main", ZELKLOGREC_ORGID, 112},    {"worker", ZELKLOGREC_ORGID, 5},
-                 {"jobs", ZELKLOGREC_SHORGID, 9},    {"nobody", ZELKLOGREC_PRODID, -1},
-                 {"billing", ZELKLOGREC_ORGID, -1},  {"billing", ZELKLOGREC_SEV, -1}};
-    for (const Case &c : cases)
-        EXPECT_EQ(zelkLogGetIdFromName(c.name, c.kind), c.id) << c.name << " " << c.kind;
 }
 
 TEST(Catalogue, GarbledGlobalStoreGivesACode)
 {
     ConfigFixture config({{7, {"billing"}}});
+    // Cut inside a section header (the kinds of damage are the property store's tests).
     std::string good = config.readFile("zelklog.conf");
-    const std::string damaged[] = {
-        good.substr(0, good.find("[7]") + 2),      // cut inside a section header
-        good + "no equals sign here\n",
-        std::string("[7]\nNames = a\0b\n", 16),
-        "\xff\xfe[\x01\x02\n=\n",
-    };
-    for (const std::string &text : damaged) {
-        config.writeFile("zelklog.conf", text);
-        uint32_t code = 0;
-        EXPECT_TRUE(products(&code).empty());
-        EXPECT_EQ(code, ZELKLOG_RC_STORE_UNAVAILABLE);
-        // The product's store path comes from the same garbled store.
-        EXPECT_TRUE(originators(7, &code).empty());
-        EXPECT_EQ(code, ZELKLOG_RC_STORE_UNAVAILABLE);
-        EXPECT_EQ(zelkLogAddNonOIDSetting(7, "x", "1"), ZELKLOG_RC_STORE_UNAVAILABLE);
-        EXPECT_EQ(zelkLogGetIdFromName("billing", ZELKLOGREC_PRODID), -1);
-    }
+    config.writeFile("zelklog.conf", good.substr(0, good.find("[7]") + 2));
+    uint32_t code = 0;
+    EXPECT_TRUE(listed(0, &code).empty());
+    EXPECT_EQ(code, ZELKLOG_RC_STORE_UNAVAILABLE);
+    // The product's store path comes from the same garbled store.
+    EXPECT_TRUE(listed(7, &code).empty());
+    EXPECT_EQ(code, ZELKLOG_RC_STORE_UNAVAILABLE);
+    EXPECT_EQ(zelkLogAddNonOIDSetting(7, "x", "1"), ZELKLOG_RC_STORE_UNAVAILABLE);
+    EXPECT_EQ(zelkLogGetIdFromName("billing", ZELKLOGREC_PRODID), -1);
 }
 
 }  // namespace

@@ -4,35 +4,32 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
-
 namespace {
 
 using zelk::test::ConfigFixture;
-using zelk::test::ProductEntry;
 
 struct ConfigArray {
     ZelkLogProductCfg *records[ZELKLOG_MAX_PRODUCTS] = {};
     uint64_t count = 0;
-    uint32_t code = 0;
+    uint32_t code;
     explicit ConfigArray(uint32_t capacity = ZELKLOG_MAX_PRODUCTS)
-    {
-        code = zelkLogReadAllCfg(0, capacity, records, &count);
-    }
+        : code(zelkLogReadAllCfg(0, capacity, records, &count)) {}
     ~ConfigArray() { FreeConfigArray(records, count); }
+    uint64_t id(uint32_t field, const char *name) { return GetIdFromName(records, count, field, name); }
 };
 
-std::vector<ProductEntry> twoProducts()
-{
-    return {
-        {7, {"billing", "Bill"}, "", {{112, {"main"}, 0, {}}, {5, {"worker", "batch"}, 9, {"jobs", "queue"}}}, "fmt7", ""},
-        {12, {"shop"}, "/var/log/shop", {{3, {"cart"}, 31, {"orders"}}}, "", ""},
-    };
-}
+// Product 7 with the default originator and one with a file id; product 12 with a
+// fixed log directory.
+class ConfigReader : public ::testing::Test {
+protected:
+    ConfigFixture config{{
+        {7, {"billing", "Bill"}, "", {{112, {"main"}}, {5, {"worker", "batch"}, 9, {"jobs", "queue"}}}, "fmt7"},
+        {12, {"shop"}, "/var/log/shop", {{3, {"cart"}, 31, {"orders"}}}},
+    }};
+};
 
-TEST(ConfigReader, DeliversEveryProductWithItsSettings)
+TEST_F(ConfigReader, DeliversEveryProductAndLooksUpNames)
 {
-    ConfigFixture config(twoProducts());
     ConfigArray array;
     ASSERT_EQ(array.code, 0u);
     ASSERT_EQ(array.count, 2u);
@@ -41,34 +38,21 @@ TEST(ConfigReader, DeliversEveryProductWithItsSettings)
     EXPECT_STREQ(array.records[1]->logDirectory, "/var/log/shop/");
     EXPECT_EQ(array.records[1]->formatResource, nullptr);
     EXPECT_EQ(array.records[1]->changeFlags, 0u);
-}
-
-TEST(ConfigReader, LooksUpNamesOfEveryKind)
-{
-    ConfigFixture config(twoProducts());
-    ConfigArray array;
-    ASSERT_EQ(array.count, 2u);
-    struct Case {
-        uint32_t field;
-        const char *name;
-        uint64_t id;
-    } cases[] = {
+    const struct { uint32_t field; const char *name; uint64_t id; } cases[] = {
         {ZELKLOGREC_PRODID, "billing", 7},   {ZELKLOGREC_PRODID, "BILL", 7},     {ZELKLOGREC_PRODID, "shop", 12},
         {ZELKLOGREC_PRODID, "main", 0},      {ZELKLOGREC_ORGID, "main", 112},    {ZELKLOGREC_ORGID, "Batch", 5},
         {ZELKLOGREC_ORGID, "cart", 3},       {ZELKLOGREC_ORGID, "billing", 0},   {ZELKLOGREC_SHORGID, "queue", 9},
         {ZELKLOGREC_SHORGID, "orders", 31},  {ZELKLOGREC_SHORGID, "worker", 0},  {ZELKLOGREC_SUBJECT, "billing", 0},
-        {ZELKLOGREC_PRODID, "", 0},          {ZELKLOGREC_PRODID, "bil", 0},
+        {ZELKLOGREC_PRODID, "", 0},          {ZELKLOGREC_PRODID, "bil", 0},      {ZELKLOGREC_PRODID, nullptr, 0},
     };
-    for (const Case &c : cases)
-        EXPECT_EQ(GetIdFromName(array.records, array.count, c.field, c.name), c.id) << c.field << " " << c.name;
-    EXPECT_EQ(GetIdFromName(array.records, array.count, ZELKLOGREC_PRODID, nullptr), 0u);
+    for (const auto &c : cases)
+        EXPECT_EQ(array.id(c.field, c.name), c.id) << c.field << " " << (c.name ? c.name : "(null)");
     EXPECT_EQ(GetIdFromName(nullptr, 2, ZELKLOGREC_PRODID, "shop"), 0u);
 }
 
-TEST(ConfigReader, SkipsBrokenProductsAndReportsThem)
+TEST_F(ConfigReader, SkipsBrokenProductsAndReportsThem)
 {
-    ConfigFixture config(twoProducts());
-    // 20 points at a store that does not exist, 30 at a garbled one, 0400 is no id.
+    // 20 points at a store that does not exist, 30 at a garbled one; the others are no ids.
     config.setProperty(config.globalStore(), "20", "ConfigPath", config.path("missing.conf"));
     config.writeFile("garbled.conf", "[5\nNames = x\n");
     config.setProperty(config.globalStore(), "30", "ConfigPath", config.path("garbled.conf"));
@@ -77,31 +61,26 @@ TEST(ConfigReader, SkipsBrokenProductsAndReportsThem)
     ConfigArray array;
     EXPECT_EQ(array.code, ZELKLOG_RC_STORE_UNAVAILABLE);
     ASSERT_EQ(array.count, 2u);
-    EXPECT_EQ(GetIdFromName(array.records, array.count, ZELKLOGREC_PRODID, "shop"), 12u);
+    EXPECT_EQ(array.id(ZELKLOGREC_PRODID, "shop"), 12u);
 }
 
-TEST(ConfigReader, BadOriginatorSectionBreaksItsProduct)
+TEST_F(ConfigReader, BadOriginatorSectionBreaksItsProduct)
 {
-    ConfigFixture config(twoProducts());
     config.setProperty(config.productStore(12), "3", "FileId", "12x");
     ConfigArray array;
     EXPECT_EQ(array.code, ZELKLOG_RC_FAILURE);
     ASSERT_EQ(array.count, 1u);
-    EXPECT_EQ(GetIdFromName(array.records, array.count, ZELKLOGREC_PRODID, "shop"), 0u);
+    EXPECT_EQ(array.id(ZELKLOGREC_PRODID, "shop"), 0u);
 }
 
-TEST(ConfigReader, NeverFillsMoreThanCapacity)
+TEST_F(ConfigReader, CapacityAndMissingStore)
 {
-    ConfigFixture config(twoProducts());
-    ConfigArray array(1);
-    EXPECT_EQ(array.code, ZELKLOG_RC_NO_MEMORY);
-    EXPECT_EQ(array.count, 1u);
-    EXPECT_EQ(array.records[1], nullptr);
-}
-
-TEST(ConfigReader, MissingGlobalStoreIsReportedWithNoRecord)
-{
-    ConfigFixture config;
+    {
+        ConfigArray array(1);
+        EXPECT_EQ(array.code, ZELKLOG_RC_NO_MEMORY);
+        EXPECT_EQ(array.count, 1u);
+        EXPECT_EQ(array.records[1], nullptr);
+    }
     std::remove(config.globalStore().c_str());
     ConfigArray array;
     EXPECT_EQ(array.code, ZELKLOG_RC_STORE_UNAVAILABLE);

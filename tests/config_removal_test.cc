@@ -13,6 +13,8 @@
 namespace {
 
 using zelk::test::ConfigFixture;
+using zelk::test::Names;
+using zelk::test::storeSections;
 
 // True when another thread can take the common lock within a second.  A thread that
 // stays blocked is left behind (the test has failed then anyway).
@@ -28,45 +30,23 @@ bool commonLockIsFree()
     return done.wait_for(std::chrono::seconds(1)) == std::future_status::ready;
 }
 
-std::vector<std::string> sections(const std::string &location)
-{
-    std::vector<std::string> names;
-    UtiPropertyStore store{};
-    uint32_t code = utiOpenPropertyStore(location.c_str(), "", &store, 0);
-    for (uint32_t index = 0; code == 0; ++index) {
-        char name[80];
-        uint32_t length = sizeof name;
-        code = utiEnumProductId(&store, index, name, &length);
-        if (code == 0)
-            names.emplace_back(name);
-    }
-    utiClosePropertyStore(&store);
-    return names;
-}
-
-using Names = std::vector<std::string>;
-
 TEST(Removal, OriginatorSections)
 {
     ConfigFixture config({{7, {"billing"}, "", {{112, {"main"}}, {5, {"worker"}}}}});
     config.setProperty(config.productStore(7), "112", "Names", "a section named 112");
-    ASSERT_EQ(sections(config.productStore(7)), (Names{"Default", "5", "112"}));
+    ASSERT_EQ(storeSections(config.productStore(7)), (Names{"Default", "5", "112"}));
     EXPECT_EQ(zelkLogRemoveCfg(7, 112), 0u);
-    EXPECT_EQ(sections(config.productStore(7)), (Names{"5", "112"}));
+    EXPECT_EQ(storeSections(config.productStore(7)), (Names{"5", "112"}));
     EXPECT_EQ(zelkLogRemoveCfg(7, 5), 0u);
     EXPECT_EQ(zelkLogRemoveCfg(7, 5), ZELKLOG_RC_UNKNOWN_NAME);
-    EXPECT_EQ(sections(config.productStore(7)), Names{"112"});
+    EXPECT_EQ(storeSections(config.productStore(7)), Names{"112"});
     EXPECT_TRUE(commonLockIsFree());
 }
 
 TEST(Removal, InvalidArgumentsAndMissingStoresLeaveTheLockFree)
 {
     ConfigFixture config({{7, {"billing"}, "", {{5, {"worker"}}}}});
-    struct Case {
-        const char *what;
-        uint32_t (*remove)();
-        uint32_t code;
-    } cases[] = {
+    const struct { const char *what; uint32_t (*remove)(); uint32_t code; } cases[] = {
         {"product 0", [] { return zelkLogRemoveCfg(0, 5); }, ZELKLOG_RC_BAD_ARGUMENT},
         {"16-digit product", [] { return zelkLogRemoveCfg(1000000000000000ull, 5); }, ZELKLOG_RC_BAD_ARGUMENT},
         {"originator 0", [] { return zelkLogRemoveCfg(7, 0); }, ZELKLOG_RC_BAD_ARGUMENT},
@@ -79,11 +59,11 @@ TEST(Removal, InvalidArgumentsAndMissingStoresLeaveTheLockFree)
         {"unknown product all", [] { return zelkLogRemoveProductAllCfg(8); }, ZELKLOG_RC_STORE_UNAVAILABLE},
         {"invalid product all", [] { return zelkLogRemoveProductAllCfg(0); }, ZELKLOG_RC_BAD_ARGUMENT},
     };
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         EXPECT_EQ(c.remove(), c.code) << c.what;
         EXPECT_TRUE(commonLockIsFree()) << c.what;
     }
-    EXPECT_EQ(sections(config.productStore(7)), Names{"5"});
+    EXPECT_EQ(storeSections(config.productStore(7)), Names{"5"});
 }
 
 TEST(Removal, StoreThatCannotBeOpened)
@@ -103,35 +83,29 @@ TEST(Removal, StoreThatCannotBeOpened)
     config.setProperty("\\LOGSET", "nightly", "Directory", "/n");
     EXPECT_EQ(zelkLogRemoveLogSetCfg(7, "nightly"), 2u);
     EXPECT_EQ(zelkLogRemoveCfg(7, 5), 2u);
-    EXPECT_EQ(sections("\\LOGSET"), Names{"nightly"});
+    EXPECT_EQ(storeSections("\\LOGSET"), Names{"nightly"});
     std::filesystem::current_path(before);
 }
 
-TEST(Removal, FlatLogSetSections)
+// A ".conf" anywhere in the store path, a directory name included, selects the flat form
+// ("LOGSET.<name>" sections of the product store); otherwise the sections of "<store>\LOGSET".
+TEST(Removal, LogSetSections)
 {
-    // A ".conf" anywhere in the path selects the flat form, a directory name included.
-    for (const char *storeName : {"p7.conf", "x.conf.d-prod7"}) {
+    for (std::string storeName : {"p7.conf", "x.conf.d-prod7", "prod7"}) {
+        SCOPED_TRACE(storeName);
         ConfigFixture config({{7, {"billing"}, "", {{5, {"worker"}}}, "", storeName}});
-        config.setProperty(config.productStore(7), "LOGSET.nightly", "Names", "n");
-        config.setProperty(config.productStore(7), "nightly", "Names", "not a logset section");
-        EXPECT_EQ(zelkLogRemoveLogSetCfg(7, "nightly"), 0u) << storeName;
-        EXPECT_EQ(sections(config.productStore(7)), (Names{"5", "nightly"})) << storeName;
-        EXPECT_EQ(zelkLogRemoveLogSetCfg(7, "nightly"), ZELKLOG_RC_UNKNOWN_NAME) << storeName;
+        const std::string product = config.productStore(7), longest(400, 'q');
+        const bool flat = storeName != "prod7";
+        const std::string logsets = flat ? product : product + "\\LOGSET", prefix = flat ? "LOGSET." : "";
+        config.setProperty(logsets, prefix + "nightly", "Directory", "/logs/n");
+        config.setProperty(logsets, prefix + longest, "Directory", "/logs/q");
+        config.setProperty(product, flat ? "nightly" : "LOGSET.nightly", "Names", "not a logset section");
+        EXPECT_EQ(zelkLogRemoveLogSetCfg(7, "nightly"), 0u);
+        EXPECT_EQ(zelkLogRemoveLogSetCfg(7, longest.c_str()), 0u);
+        EXPECT_EQ(zelkLogRemoveLogSetCfg(7, "nightly"), ZELKLOG_RC_UNKNOWN_NAME);
+        EXPECT_EQ(storeSections(product), (Names{"5", flat ? "nightly" : "LOGSET.nightly"}));
+        EXPECT_TRUE(flat || storeSections(logsets).empty());
     }
-}
-
-TEST(Removal, NestedAndLongLogSetSections)
-{
-    ConfigFixture config({{7, {"billing"}, "", {{5, {"worker"}}}, "", "prod7"}});
-    std::string nested = config.productStore(7) + "\\LOGSET";
-    std::string longest(400, 'q');
-    config.setProperty(nested, "nightly", "Directory", "/logs/n");
-    config.setProperty(nested, longest, "Directory", "/logs/q");
-    config.setProperty(config.productStore(7), "LOGSET.nightly", "Names", "stays");
-    EXPECT_EQ(zelkLogRemoveLogSetCfg(7, "nightly"), 0u);
-    EXPECT_EQ(zelkLogRemoveLogSetCfg(7, longest.c_str()), 0u);
-    EXPECT_TRUE(sections(nested).empty());
-    EXPECT_EQ(sections(config.productStore(7)), (Names{"5", "LOGSET.nightly"}));
 }
 
 TEST(Removal, WholeProduct)
@@ -140,7 +114,7 @@ TEST(Removal, WholeProduct)
     std::string store = config.productStore(7);
     config.setProperty(store + "\\LOGSET", "nightly", "Directory", "/n");
     ASSERT_EQ(zelkLogRemoveProductAllCfg(7), 0u);
-    EXPECT_EQ(sections(config.globalStore()), Names{"12"});
+    EXPECT_EQ(storeSections(config.globalStore()), Names{"12"});
     EXPECT_FALSE(std::filesystem::exists(store));
     EXPECT_FALSE(std::filesystem::exists(store + "\\LOGSET"));
     EXPECT_EQ(zelkLogRemoveProductAllCfg(7), ZELKLOG_RC_STORE_UNAVAILABLE);
@@ -153,7 +127,7 @@ TEST(Removal, ProductWhoseCoreConfigurationStays)
     std::filesystem::create_directories(config.path("blocked.conf/inner"));
     config.setProperty(config.globalStore(), "7", "ConfigPath", config.path("blocked.conf"));
     EXPECT_EQ(zelkLogRemoveProductAllCfg(7), utipsres2zelklogres(6));
-    EXPECT_EQ(sections(config.globalStore()), Names{"7"});
+    EXPECT_EQ(storeSections(config.globalStore()), Names{"7"});
 }
 
 }  // namespace

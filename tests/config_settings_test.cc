@@ -13,6 +13,7 @@
 namespace {
 
 using zelk::test::ConfigFixture;
+using zelk::test::storeValue;
 
 std::string jvmPath(uint32_t expectedCode = 0)
 {
@@ -23,25 +24,11 @@ std::string jvmPath(uint32_t expectedCode = 0)
     return value;
 }
 
-// A property at the top of a store, read through the store itself.
-std::string storeValue(const std::string &location, const char *section, const char *name)
-{
-    UtiPropertyStore store{};
-    char *value = nullptr;
-    if (utiOpenPropertyStore(location.c_str(), section, &store, 0) == 0)
-        utiGetPropertyAsStr(&store, name, &value);
-    utiClosePropertyStore(&store);
-    std::string text = value == nullptr ? "<none>" : value;
-    zelkLogFree(value);
-    return text;
-}
-
 TEST(Settings, JvmPathRoundTrips)
 {
     ConfigFixture config;
     EXPECT_EQ(jvmPath(ZELKLOG_RC_UNKNOWN_NAME), "<null>");
-    const char *values[] = {"/usr/lib/jvm/java-17/bin/java", "", "C:\\Program Files\\java;x = y\n2 "};
-    for (const char *value : values) {
+    for (const char *value : {"/usr/lib/jvm/java-17/bin/java", "", "C:\\Program Files\\java;x = y\n2 "}) {
         ASSERT_EQ(zelkLogAddJVMPathSetting(value), 0u);
         EXPECT_EQ(jvmPath(), value);
     }
@@ -50,12 +37,7 @@ TEST(Settings, JvmPathRoundTrips)
     EXPECT_EQ(zelkLogRemoveJVMPathSetting(), ZELKLOG_RC_UNKNOWN_NAME);
     EXPECT_EQ(zelkLogAddJVMPathSetting(nullptr), ZELKLOG_RC_BAD_ARGUMENT);
     EXPECT_EQ(zelkLogGetJVMPathSetting(nullptr), ZELKLOG_RC_BAD_ARGUMENT);
-}
-
-TEST(Settings, UnreachableGlobalStore)
-{
-    ConfigFixture config;
-    ::setenv("ZELKLOG_CONFIG", config.path("no/such/dir/zelklog.conf").c_str(), 1);
+    ::setenv("ZELKLOG_CONFIG", config.path("no/such/dir/zelklog.conf").c_str(), 1);  // restored by the fixture
     EXPECT_EQ(zelkLogAddJVMPathSetting("/j"), ZELKLOG_RC_STORE_UNAVAILABLE);
     EXPECT_EQ(zelkLogCfgSetToolsResDir("/r"), ZELKLOG_RC_STORE_UNAVAILABLE);
     EXPECT_EQ(zelkLogCfgRemoveToolsResDir(), ZELKLOG_RC_STORE_UNAVAILABLE);
@@ -64,37 +46,38 @@ TEST(Settings, UnreachableGlobalStore)
 TEST(Settings, ToolsDirectorySectionIsMadeAnew)
 {
     ConfigFixture config;
+    auto toolsDirectory = [&] { return storeValue(config.globalStore(), "LoggingTools", "L10nResourceDir"); };
     EXPECT_EQ(zelkLogCfgSetToolsResDir(""), ZELKLOG_RC_BAD_ARGUMENT);
     EXPECT_EQ(zelkLogCfgSetToolsResDir(nullptr), ZELKLOG_RC_BAD_ARGUMENT);
-    EXPECT_EQ(storeValue(config.globalStore(), "LoggingTools", "L10nResourceDir"), "<none>");
+    EXPECT_EQ(toolsDirectory(), "<none>");
     ASSERT_EQ(zelkLogCfgSetToolsResDir("/opt/tools/res"), 0u);
-    EXPECT_EQ(storeValue(config.globalStore(), "LoggingTools", "L10nResourceDir"), "/opt/tools/res");
+    EXPECT_EQ(toolsDirectory(), "/opt/tools/res");
     ASSERT_EQ(zelkLogCfgRemoveToolsResDir(), 0u);
-    EXPECT_EQ(storeValue(config.globalStore(), "LoggingTools", "L10nResourceDir"), "<none>");
+    EXPECT_EQ(toolsDirectory(), "<none>");
     EXPECT_EQ(zelkLogCfgRemoveToolsResDir(), ZELKLOG_RC_FAILURE) << "no section left to remove";
     ASSERT_EQ(zelkLogCfgSetToolsResDir("/opt/other"), 0u);
-    EXPECT_EQ(storeValue(config.globalStore(), "LoggingTools", "L10nResourceDir"), "/opt/other");
+    EXPECT_EQ(toolsDirectory(), "/opt/other");
 }
 
 TEST(Settings, NonOidSettingsReplaceAndRemove)
 {
     ConfigFixture config({{7, {"billing"}}});
-    std::string store = config.productStore(7);
     ASSERT_EQ(zelkLogAddNonOIDSetting(7, "RetentionDays", "30"), 0u);
     ASSERT_EQ(zelkLogAddNonOIDSetting(7, "RetentionDays", "90"), 0u);
-    EXPECT_EQ(storeValue(store, "", "RetentionDays"), "90");
+    EXPECT_EQ(storeValue(config.productStore(7), "", "RetentionDays"), "90");
     EXPECT_EQ(zelkLogRemoveNonOIDSetting(7, "RetentionDays"), 0u);
-    EXPECT_EQ(storeValue(store, "", "RetentionDays"), "<none>");
+    EXPECT_EQ(storeValue(config.productStore(7), "", "RetentionDays"), "<none>");
     EXPECT_EQ(zelkLogRemoveNonOIDSetting(7, "RetentionDays"), ZELKLOG_RC_UNKNOWN_NAME);
 
     EXPECT_EQ(zelkLogAddNonOIDSetting(7, nullptr, "x"), ZELKLOG_RC_BAD_ARGUMENT);
     EXPECT_EQ(zelkLogAddNonOIDSetting(7, "x", nullptr), ZELKLOG_RC_BAD_ARGUMENT);
     EXPECT_EQ(zelkLogAddNonOIDSetting(7, "", "x"), ZELKLOG_RC_BAD_ARGUMENT);
     EXPECT_EQ(zelkLogAddNonOIDSetting(8, "x", "1"), ZELKLOG_RC_STORE_UNAVAILABLE) << "unknown product";
-    config.setProperty(config.globalStore(), "7", "ConfigPath", "");
-    EXPECT_EQ(zelkLogAddNonOIDSetting(7, "x", "1"), ZELKLOG_RC_STORE_UNAVAILABLE) << "empty store path";
-    config.setProperty(config.globalStore(), "7", "ConfigPath", config.path("missing/dir/p.conf"));
-    EXPECT_EQ(zelkLogAddNonOIDSetting(7, "x", "1"), ZELKLOG_RC_STORE_UNAVAILABLE) << "store cannot be made";
+    // An empty store path, and one where no store can be made.
+    for (std::string path : {std::string(), config.path("missing/dir/p.conf")}) {
+        config.setProperty(config.globalStore(), "7", "ConfigPath", path);
+        EXPECT_EQ(zelkLogAddNonOIDSetting(7, "x", "1"), ZELKLOG_RC_STORE_UNAVAILABLE) << path;
+    }
 }
 
 // Two processes add different settings to one product store at the same moment; both
@@ -103,6 +86,7 @@ TEST(Settings, ConcurrentWritersLoseNoUpdate)
 {
     ConfigFixture config({{7, {"billing"}}});
     constexpr int kPerProcess = 40;
+    auto name = [](int child, int i) { return "p" + std::to_string(child) + "_" + std::to_string(i); };
     int pipeFds[2];
     ASSERT_EQ(::pipe(pipeFds), 0);
     pid_t children[2];
@@ -112,12 +96,9 @@ TEST(Settings, ConcurrentWritersLoseNoUpdate)
         if (children[child] == 0) {
             char go;
             ::close(pipeFds[1]);
-            bool started = ::read(pipeFds[0], &go, 1) == 0;  // released when the pipe closes
-            int failures = started ? 0 : 1;
-            for (int i = 0; i < kPerProcess; ++i) {
-                std::string name = "p" + std::to_string(child) + "_" + std::to_string(i);
-                failures += zelkLogAddNonOIDSetting(7, name.c_str(), name.c_str()) != 0;
-            }
+            int failures = ::read(pipeFds[0], &go, 1) == 0 ? 0 : 1;  // released when the pipe closes
+            for (int i = 0; i < kPerProcess; ++i)
+                failures += zelkLogAddNonOIDSetting(7, name(child, i).c_str(), name(child, i).c_str()) != 0;
             ::_exit(failures == 0 ? 0 : 1);
         }
     }
@@ -129,13 +110,11 @@ TEST(Settings, ConcurrentWritersLoseNoUpdate)
         EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
     }
     for (int child = 0; child < 2; ++child)
-        for (int i = 0; i < kPerProcess; ++i) {
-            std::string name = "p" + std::to_string(child) + "_" + std::to_string(i);
-            EXPECT_EQ(storeValue(config.productStore(7), "", name.c_str()), name);
-        }
+        for (int i = 0; i < kPerProcess; ++i)
+            EXPECT_EQ(storeValue(config.productStore(7), "", name(child, i)), name(child, i));
 }
 
-TEST(RecordEdits, OidNamesSetTheirBitOnly)
+TEST(RecordEdits, OidNamesSetTheirBitOnlyAndRemovalsAccumulate)
 {
     ZelkLogProductCfg record{};
     record.changeFlags = 1 | 4 | 8;
@@ -152,14 +131,10 @@ TEST(RecordEdits, OidNamesSetTheirBitOnly)
     EXPECT_EQ(zelkLogCfgSetOIDNames(&record, tooLong.c_str()), ZELKLOG_RC_BAD_ARGUMENT);
     EXPECT_EQ(std::memcmp(&before, &record, sizeof record), 0);
     EXPECT_EQ(zelkLogCfgSetOIDNames(&record, tooLong.substr(1).c_str()), 0u);
-}
 
-TEST(RecordEdits, RemovalFlagsAccumulate)
-{
-    ZelkLogProductCfg record{};
-    EXPECT_EQ(zelkLogCfgRemoveSettings(&record, 1), 0u);
-    EXPECT_EQ(zelkLogCfgRemoveSettings(&record, 4), 0u);
-    EXPECT_EQ(zelkLogCfgRemoveSettings(&record, 0), 0u);
+    record = ZelkLogProductCfg{};
+    for (uint32_t flags : {1u, 4u, 0u})
+        EXPECT_EQ(zelkLogCfgRemoveSettings(&record, flags), 0u);
     EXPECT_EQ(record.removalFlags, 5u);
     EXPECT_EQ(record.changeFlags, 0u);
 }

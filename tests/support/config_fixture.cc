@@ -13,12 +13,19 @@
 namespace zelk::test {
 namespace {
 
-std::string joined(const std::vector<std::string> &names)
+std::string joined(const Names &names)
 {
     std::string text;
     for (const std::string &name : names)
         text += (text.empty() ? "" : ",") + name;
     return text;
+}
+
+void createStore(const std::string &location)
+{
+    UtiPropertyStore handle{};
+    EXPECT_EQ(CreatePropertyString(location.c_str(), "", &handle), 0u) << location;
+    utiClosePropertyStore(&handle);
 }
 
 }  // namespace
@@ -33,19 +40,14 @@ ConfigFixture::ConfigFixture(const std::vector<ProductEntry> &products)
     if (const char *old = std::getenv(ZELKLOG_CONFIG_ENV))
         savedEnvironment_ = old;
     ::setenv(ZELKLOG_CONFIG_ENV, globalStore_.c_str(), 1);
-    UtiPropertyStore handle{};
-    EXPECT_EQ(CreatePropertyString(globalStore_.c_str(), "", &handle), 0u) << globalStore_;
-    utiClosePropertyStore(&handle);
+    createStore(globalStore_);
     for (const ProductEntry &product : products)
         addProduct(product);
 }
 
 ConfigFixture::~ConfigFixture()
 {
-    if (savedEnvironment_)
-        ::setenv(ZELKLOG_CONFIG_ENV, savedEnvironment_->c_str(), 1);
-    else
-        ::unsetenv(ZELKLOG_CONFIG_ENV);
+    savedEnvironment_ ? ::setenv(ZELKLOG_CONFIG_ENV, savedEnvironment_->c_str(), 1) : ::unsetenv(ZELKLOG_CONFIG_ENV);
     std::error_code ignored;
     std::filesystem::remove_all(directory_, ignored);
 }
@@ -65,48 +67,28 @@ void ConfigFixture::setProperty(const std::string &store, const std::string &sec
 void ConfigFixture::addProduct(const ProductEntry &product)
 {
     std::string id = std::to_string(product.id);
-    Added added{product.id, path(product.storeName.empty() ? "product-" + id + ".conf" : product.storeName),
-                product.logDirectory};
-    if (added.logDirectory.empty()) {
-        added.logDirectory = path("logs/" + id + "/");
-        std::filesystem::create_directories(added.logDirectory);
-    } else if (added.logDirectory.back() != '/') {
-        added.logDirectory += '/';
-    }
+    std::string store = path(product.storeName.empty() ? "product-" + id + ".conf" : product.storeName);
+    std::string logDirectory = product.logDirectory;
+    if (logDirectory.empty())
+        std::filesystem::create_directories(logDirectory = path("logs/" + id + "/"));
+    else if (logDirectory.back() != '/')
+        logDirectory += '/';
     setProperty(globalStore_, id, ZELKLOG_CFG_NAMES, joined(product.names));
-    setProperty(globalStore_, id, ZELKLOG_CFG_LOG_DIRECTORY, added.logDirectory);
-    setProperty(globalStore_, id, ZELKLOG_CFG_CONFIG_PATH, added.store);
+    setProperty(globalStore_, id, ZELKLOG_CFG_LOG_DIRECTORY, logDirectory);
+    setProperty(globalStore_, id, ZELKLOG_CFG_CONFIG_PATH, store);
     if (!product.formatResource.empty())
         setProperty(globalStore_, id, ZELKLOG_CFG_FORMAT_RESOURCE, product.formatResource);
-    UtiPropertyStore handle{};
-    EXPECT_EQ(CreatePropertyString(added.store.c_str(), "", &handle), 0u) << added.store;
-    utiClosePropertyStore(&handle);
+    createStore(store);
     for (const OriginatorEntry &originator : product.originators) {
         std::string section = originator.id == ZELKLOG_DEFAULT_ORIGINATOR ? std::string(ZELKLOG_CFG_DEFAULT_SECTION)
                                                                           : std::to_string(originator.id);
-        setProperty(added.store, section, ZELKLOG_CFG_NAMES, joined(originator.names));
+        setProperty(store, section, ZELKLOG_CFG_NAMES, joined(originator.names));
         if (originator.fileId != 0)
-            setProperty(added.store, section, ZELKLOG_CFG_FILE_ID, std::to_string(originator.fileId));
+            setProperty(store, section, ZELKLOG_CFG_FILE_ID, std::to_string(originator.fileId));
         if (!originator.fileNames.empty())
-            setProperty(added.store, section, ZELKLOG_CFG_FILE_NAMES, joined(originator.fileNames));
+            setProperty(store, section, ZELKLOG_CFG_FILE_NAMES, joined(originator.fileNames));
     }
-    products_.push_back(added);
-}
-
-std::string ConfigFixture::productStore(uint64_t productId) const
-{
-    for (const Added &added : products_)
-        if (added.id == productId)
-            return added.store;
-    return "";
-}
-
-std::string ConfigFixture::logDirectory(uint64_t productId) const
-{
-    for (const Added &added : products_)
-        if (added.id == productId)
-            return added.logDirectory;
-    return "";
+    products_[product.id] = {store, logDirectory};
 }
 
 std::string ConfigFixture::readFile(const std::string &name) const
@@ -122,6 +104,31 @@ void ConfigFixture::writeFile(const std::string &name, const std::string &text) 
     std::ofstream out(path(name), std::ios::binary | std::ios::trunc);
     out << text;
     EXPECT_TRUE(out.good()) << path(name);
+}
+
+std::string storeValue(const std::string &store, const std::string &section, const std::string &name)
+{
+    UtiPropertyStore handle{};
+    char *value = nullptr;
+    if (utiOpenPropertyStore(store.c_str(), section.c_str(), &handle, 0) == 0)
+        utiGetPropertyAsStr(&handle, name.c_str(), &value);
+    utiClosePropertyStore(&handle);
+    std::string text = value == nullptr ? "<none>" : value;
+    zelkLogFree(value);
+    return text;
+}
+
+Names storeSections(const std::string &store)
+{
+    Names names;
+    UtiPropertyStore handle{};
+    char name[80];
+    uint32_t length = sizeof name;
+    for (uint32_t code = utiOpenPropertyStore(store.c_str(), "", &handle, 0); code == 0; length = sizeof name)
+        if ((code = utiEnumProductId(&handle, static_cast<uint32_t>(names.size()), name, &length)) == 0)
+            names.emplace_back(name);
+    utiClosePropertyStore(&handle);
+    return names;
 }
 
 }  // namespace zelk::test

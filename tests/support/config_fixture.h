@@ -14,6 +14,7 @@
 #define ZELK_TEST_CONFIG_FIXTURE_H
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <utility>
@@ -21,33 +22,34 @@
 
 namespace zelk::test {
 
+using Names = std::vector<std::string>;
+
 struct OriginatorEntry {
-    OriginatorEntry(uint64_t id_ = 0, std::vector<std::string> names_ = {}, uint64_t fileId_ = 0,
-                   std::vector<std::string> fileNames_ = {})
+    OriginatorEntry(uint64_t id_ = 0, Names names_ = {}, uint64_t fileId_ = 0, Names fileNames_ = {})
         : id(id_), names(std::move(names_)), fileId(fileId_), fileNames(std::move(fileNames_))
     {
     }
-    uint64_t id;                         // 112 is written as the section "Default"
-    std::vector<std::string> names;      // "Names"
-    uint64_t fileId;                     // "FileId" (0: not written)
-    std::vector<std::string> fileNames;  // "FileNames"
+    uint64_t id;      // 112 is written as the section "Default"
+    Names names;      // "Names"
+    uint64_t fileId;  // "FileId" (0: not written)
+    Names fileNames;  // "FileNames"
 };
 
 struct ProductEntry {
-    ProductEntry(uint64_t id_ = 0, std::vector<std::string> names_ = {}, std::string logDirectory_ = {},
-                std::vector<OriginatorEntry> originators_ = {}, std::string formatResource_ = {},
-                std::string storeName_ = {})
+    ProductEntry(uint64_t id_ = 0, Names names_ = {}, std::string logDirectory_ = {},
+                 std::vector<OriginatorEntry> originators_ = {}, std::string formatResource_ = {},
+                 std::string storeName_ = {})
         : id(id_), names(std::move(names_)), logDirectory(std::move(logDirectory_)),
           originators(std::move(originators_)), formatResource(std::move(formatResource_)),
           storeName(std::move(storeName_))
     {
     }
     uint64_t id;
-    std::vector<std::string> names;      // "Names"
-    std::string logDirectory;            // "": <directory>/logs/<id>/, created
+    Names names;               // "Names"
+    std::string logDirectory;  // "": <directory>/logs/<id>/, created
     std::vector<OriginatorEntry> originators;
-    std::string formatResource;          // "": not written
-    std::string storeName;               // product store file in the directory; "": product-<id>.conf
+    std::string formatResource;  // "": not written
+    std::string storeName;       // product store file in the directory; "": product-<id>.conf
 };
 
 class ConfigFixture {
@@ -62,8 +64,9 @@ public:
 
     const std::string &directory() const { return directory_; }
     const std::string &globalStore() const { return globalStore_; }
-    std::string productStore(uint64_t productId) const;  // "" when not added
-    std::string logDirectory(uint64_t productId) const;  // ends with "/"; "" when not added
+    std::string productStore(uint64_t id) const { return products_.count(id) ? products_.at(id).first : ""; }
+    // Ends with "/"; "" when not added.
+    std::string logDirectory(uint64_t id) const { return products_.count(id) ? products_.at(id).second : ""; }
 
     // A file in the fixture's directory: its path, its content, or a new content.
     std::string path(const std::string &name) const { return directory_ + "/" + name; }
@@ -75,16 +78,16 @@ public:
                      const std::optional<std::string> &value) const;
 
 private:
-    struct Added {
-        uint64_t id;
-        std::string store;
-        std::string logDirectory;
-    };
     std::string directory_;
     std::string globalStore_;
     std::optional<std::string> savedEnvironment_;
-    std::vector<Added> products_;
+    std::map<uint64_t, std::pair<std::string, std::string>> products_;  // id: store, log directory
 };
+
+// What a store holds, read through the store itself: a property ("<none>" when it cannot
+// be read) and the sections listed in order (none when the store cannot be opened).
+std::string storeValue(const std::string &store, const std::string &section, const std::string &name);
+Names storeSections(const std::string &store);
 
 }  // namespace zelk::test
 

@@ -2,68 +2,52 @@
 #include "record_text.h"
 
 #include <cstdio>
+#include <type_traits>
 
 namespace zelk::test {
-
 namespace {
 
-void appendCodePoint(std::string &out, uint32_t c)
+// Printable ASCII as is, anything else escaped with `escape` (a printf format).
+void append(std::string &out, uint32_t c, const char *escape)
 {
-    if (c >= 0x20 && c < 0x7F) {
-        out += static_cast<char>(c);
-        return;
-    }
-    char escaped[16];
-    std::snprintf(escaped, sizeof escaped, "\\u{%X}", c);
-    out += escaped;
+    char piece[16] = {static_cast<char>(c), '\0'};
+    if (c < 0x20 || c >= 0x7F)
+        std::snprintf(piece, sizeof piece, escape, c);
+    out += piece;
 }
 
-std::string narrow(const char *text)
+// A C string ("-" for none), character by character; `Char` is char or wchar_t.
+template <typename Char>
+std::string escaped(const Char *text, const char *escape)
 {
-    if (text == nullptr)
-        return "-";
-    std::string out;
-    for (const char *p = text; *p != '\0'; ++p) {
-        auto byte = static_cast<unsigned char>(*p);
-        if (byte >= 0x20 && byte < 0x7F) {
-            out += static_cast<char>(byte);
-        } else {
-            char escaped[8];
-            std::snprintf(escaped, sizeof escaped, "\\x%02X", byte);
-            out += escaped;
-        }
-    }
+    std::string out = text == nullptr ? "-" : "";
+    for (const Char *p = text; p != nullptr && *p != 0; ++p)
+        append(out, static_cast<std::make_unsigned_t<Char>>(*p), escape);
     return out;
 }
 
-std::string wide(const wchar_t *text)
+std::string narrow(const char *text) { return escaped(text, "\\x%02X"); }
+std::string wide(const wchar_t *text) { return escaped(text, "\\u{%X}"); }
+
+std::string sized(const char *tag, uint16_t size, const std::string &value)
 {
-    if (text == nullptr)
-        return "-";
-    std::string out;
-    for (const wchar_t *p = text; *p != L'\0'; ++p)
-        appendCodePoint(out, static_cast<uint32_t>(*p));
-    return out;
+    return tag + std::to_string(size) + ":" + value;
 }
 
 std::string renderArg(const ZelkLogMsgArg &arg)
 {
     const ZelkLogMsgArgValue &v = arg.value;
     std::string out;
+    char number[64];
     switch (arg.type) {
-    case ZELKLOG_ARG_WCHAR: out = "1'"; appendCodePoint(out, static_cast<uint32_t>(v.wideChar)); break;
-    case ZELKLOG_ARG_INT: out = "i" + std::to_string(v.sizedInt.size) + ":" + std::to_string(v.sizedInt.value); break;
-    case ZELKLOG_ARG_UINT: out = "u" + std::to_string(v.sizedUInt.size) + ":" + std::to_string(v.sizedUInt.value); break;
-    case ZELKLOG_ARG_DOUBLE: {
-        char number[64];
-        std::snprintf(number, sizeof number, "8%g", v.real);
-        out = number;
-        break;
-    }
+    case ZELKLOG_ARG_WCHAR: out = "1'"; append(out, static_cast<uint32_t>(v.wideChar), "\\u{%X}"); break;
+    case ZELKLOG_ARG_INT: out = sized("i", v.sizedInt.size, std::to_string(v.sizedInt.value)); break;
+    case ZELKLOG_ARG_UINT: out = sized("u", v.sizedUInt.size, std::to_string(v.sizedUInt.value)); break;
+    case ZELKLOG_ARG_DINT: out = sized("D", v.sizedInt.size, std::to_string(v.sizedInt.value)); break;
+    case ZELKLOG_ARG_DOUBLE: std::snprintf(number, sizeof number, "8%g", v.real); out = number; break;
     case ZELKLOG_ARG_UINT64: out = "9" + std::to_string(v.uint64); break;
-    case ZELKLOG_ARG_WSTRING: out = "A\"" + wide(v.wideString) + "\""; break;
-    case ZELKLOG_ARG_DINT: out = "D" + std::to_string(v.sizedInt.size) + ":" + std::to_string(v.sizedInt.value); break;
     case ZELKLOG_ARG_INT64: out = "C" + std::to_string(v.int64); break;
+    case ZELKLOG_ARG_WSTRING: out = "A\"" + wide(v.wideString) + "\""; break;
     case ZELKLOG_ARG_LIST: out = v.list == nullptr ? "(null)" : renderArgs(*v.list); break;
     case ZELKLOG_ARG_XSTRING: out = "X\"" + narrow(v.string) + "\""; break;
     case ZELKLOG_ARG_STRING: out = "S\"" + narrow(v.string) + "\""; break;
@@ -71,9 +55,7 @@ std::string renderArg(const ZelkLogMsgArg &arg)
     }
     bool owning = arg.type == ZELKLOG_ARG_WSTRING || arg.type == ZELKLOG_ARG_LIST ||
                   arg.type == ZELKLOG_ARG_XSTRING || arg.type == ZELKLOG_ARG_STRING;
-    if (arg.ownsValue != (owning ? 1u : 0u))
-        out += "!owns";
-    return out;
+    return arg.ownsValue != (owning ? 1u : 0u) ? out + "!owns" : out;
 }
 
 }  // namespace

@@ -11,10 +11,8 @@
 #include <string>
 
 namespace zelk::test {
-
 std::string renderArgs(const ZelkLogMsgArgList &list);
 std::string renderRecord(const ZelkLogMsg &record);
-
 }  // namespace zelk::test
 
 #endif

@@ -18,10 +18,7 @@ public:
     }
     ~ZoneGuard()
     {
-        if (saved_)
-            setenv("TZ", saved_->c_str(), 1);
-        else
-            unsetenv("TZ");
+        saved_ ? setenv("TZ", saved_->c_str(), 1) : unsetenv("TZ");
         tzset();
     }
     ZoneGuard(const ZoneGuard &) = delete;
