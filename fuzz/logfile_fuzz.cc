@@ -3,13 +3,18 @@
 //   1: a valid header (format from the second byte) followed by the rest as raw bytes;
 //   2: a valid header followed by the rest cut at NUL bytes into pieces, each written as
 //      a well-formed frame (right marker, length and checksum), so that the decoder is
-//      reached with arbitrary record texts.
+//      reached with arbitrary record texts;
+//   3: a header whose fields after the magic come from the input, with its checksum
+//      made right, followed by well-formed frames as in 2.
 // The file is then read to its end twice, once skipping damage (reader-state word 0)
 // and once handing damage out as records (-1), and every record is decoded and released.
+// Each pass then goes back to the positions it found behind its records, as a merging
+// reader does, and reads one record from each.
 #include "zelkLogCore.h"
 
 #include <xxhash.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -29,17 +34,22 @@ void put32(std::string &out, size_t at, uint32_t value)
         out[at + i] = static_cast<char>(value >> (8 * i));
 }
 
+void sealHeader(std::string &out)
+{
+    std::memcpy(&out[0], "ZELKLOG\x1a", 8);
+    put32(out, 8, 544);
+    XXH64_hash_t seed = XXH3_64bits(out.data(), 16);
+    put32(out, 536, static_cast<uint32_t>(XXH3_64bits_withSeed(out.data() + 20, 516, seed)));
+}
+
 std::string header(uint32_t format)
 {
     std::string out(544, '\0');
-    std::memcpy(&out[0], "ZELKLOG\x1a", 8);
-    put32(out, 8, 544);
     put32(out, 12, format);
     const char text[] = "fuzz header";
     put32(out, 20, sizeof text - 1);
     std::memcpy(&out[24], text, sizeof text - 1);
-    XXH64_hash_t seed = XXH3_64bits(out.data(), 16);
-    put32(out, 536, static_cast<uint32_t>(XXH3_64bits_withSeed(out.data() + 20, 516, seed)));
+    sealHeader(out);
     return out;
 }
 
@@ -74,11 +84,26 @@ void cleanUp()
     rmdir(gDirectory);
 }
 
+// Reads and decodes one record; false at the end of the readable records.
+bool readOne(LogFileEntry &entry)
+{
+    static textMessage message;
+    init_text_msg(&message);
+    if (readrecord(&entry.file, &message) != 1)
+        return false;
+    ZelkLogMsg record;
+    std::memset(&record, 0, sizeof record);
+    record.format = entry.format;
+    if (zelkLogMsgUnserialize(&message, &record) == ZELKLOG_RC_OK)
+        free_text_msg(&message);
+    zelkLogFreeMsg(&record);
+    return true;
+}
+
 void readAll(int32_t readerState)
 {
     static LogFileEntry entry;
     static ZelkLogFileHeader fileHeader;
-    static textMessage message;
     std::memset(&entry, 0, sizeof entry);
     entry.file.fd = -1;
     if (zelkLogOs_open(&entry.file, gPath.c_str(), 1, 0660) != 0)
@@ -87,15 +112,15 @@ void readAll(int32_t readerState)
     uint32_t code = ReadHeader(&entry, &fileHeader);
     entry.format = code == 0 || code == ZELKLOG_RC_HEADER_NOTICE ? fileHeader.format : ZELKLOG_FORMAT_10006;
 
-    init_text_msg(&message);
-    while (readrecord(&entry.file, &message) == 1) {
-        ZelkLogMsg record;
-        std::memset(&record, 0, sizeof record);
-        record.format = entry.format;
-        if (zelkLogMsgUnserialize(&message, &record) == ZELKLOG_RC_OK)
-            free_text_msg(&message);
-        zelkLogFreeMsg(&record);
-        init_text_msg(&message);
+    int64_t positions[64];
+    size_t count = 0;
+    while (readOne(entry)) {
+        if (count < sizeof positions / sizeof positions[0])
+            positions[count++] = zelkLogOs_getFileOffset(&entry.file);
+    }
+    for (size_t i = 0; i < count; ++i) {
+        if (zelkLogOs_seek(&entry.file, positions[i]) == 0)
+            readOne(entry);
     }
     zelkLogOs_close(&entry.file);
 }
@@ -115,14 +140,23 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     if (size < 2)
         return 0;
-    const unsigned mode = data[0] % 3;
+    const unsigned mode = data[0] % 4;
     std::string bytes;
     if (mode == 0) {
         bytes.assign(reinterpret_cast<const char *>(data + 1), size - 1);
     } else {
-        bytes = header(ZELKLOG_FORMAT_10004 + data[1] % 5);
         const uint8_t *rest = data + 2;
         const uint8_t *end = data + size;
+        if (mode == 3) {
+            // Fields from offset 12 on (format, writer count, text length, text).
+            bytes.assign(544, '\0');
+            size_t taken = std::min<size_t>(static_cast<size_t>(end - (data + 1)), 544 - 12);
+            std::memcpy(&bytes[12], data + 1, taken);
+            sealHeader(bytes);
+            rest = data + 1 + taken;
+        } else {
+            bytes = header(ZELKLOG_FORMAT_10004 + data[1] % 5);
+        }
         if (mode == 1) {
             bytes.append(reinterpret_cast<const char *>(rest), static_cast<size_t>(end - rest));
         } else {
