@@ -1,9 +1,10 @@
 // Fuzzes the filter language: the input (after its first byte) is the filter text.  The
-// first byte picks the locale for date texts (none or one of a few).  A filter that
-// parses has its names resolved against a small configuration made once at start-up,
-// and a resolved tree is evaluated against one fixed record of every kind.  The tree,
-// the context titles and the localisers the evaluation kept are then released, so
-// leaks of partly built or partly resolved trees surface as well.
+// first byte picks the locale for date texts (none or one of a few) and a time-zone
+// shift (none, an hour, or the most negative one, which must saturate).  A filter that
+// parses has its names resolved against a small configuration made once at start-up;
+// a resolved tree has its dates shifted and is evaluated against one fixed record of
+// every kind.  The tree, the context titles and the localisers the evaluation kept are
+// then released, so leaks of partly built or partly resolved trees surface as well.
 #include "zelkLogCore.h"
 
 #include <cstddef>
@@ -100,7 +101,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         removeTree(root);
         return 0;
     }
+    static const int64_t kShifts[] = {ZELKLOG_NO_TZ_ADJUST, 3600, INT64_MIN};
+    const int64_t shift = kShifts[(data[0] / 4) % 3];
     if (validateShortNames(gConfig, gConfigCount, root) == ZELKLOG_RC_OK) {
+        if (shift != ZELKLOG_NO_TZ_ADJUST)
+            updateQueryForTZ(root, shift);
         LogQuery query;
         std::memset(&query, 0, sizeof query);
         query.root = root;
