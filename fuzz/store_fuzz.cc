@@ -1,10 +1,12 @@
 // Fuzzes the property store: the input is written as a store file, then read through
 // every read operation (open at the top and at each enumerated section, enumerate,
-// get properties), changed once by a set and once by a remove, and read again.  The
+// get properties), changed (sets, creations and removals, with names and values taken
+// from the input, which must read back unchanged) and read again.  The
 // same file also serves as the global store for the configuration reader.
 #include "zelkLogCore.h"
 #include "zelkLogPropertyStore.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -76,17 +78,61 @@ void readConfiguration()
     FreeConfigArray(records, count);
 }
 
-void change(const std::vector<std::string> &sections, const std::string &value)
+// The text of `length` input bytes from `from` (cut at a NUL, as C strings are).
+std::string textOf(const uint8_t *data, size_t size, size_t from, size_t length)
+{
+    if (from >= size)
+        return std::string();
+    std::string text(reinterpret_cast<const char *>(data + from), std::min(length, size - from));
+    return text.substr(0, text.find('\0'));
+}
+
+// A value set through a handle must read back unchanged through a fresh handle, whatever
+// bytes its name and value hold.
+void expectRoundTrip(const char *section, const std::string &name, const std::string &value)
+{
+    UtiPropertyStore handle{nullptr};
+    char *read = nullptr;
+    if (utiOpenPropertyStore(gPath.c_str(), section, &handle, 0) != UTI_PS_OK ||
+        utiGetPropertyAsStr(&handle, name.c_str(), &read) != UTI_PS_OK || value != read)
+        std::abort();
+    zelkLogFree(read);
+    utiClosePropertyStore(&handle);
+}
+
+// Changes the store: a property named and valued by input bytes is set in the first
+// section (or the top) and read back, a section named by input bytes is created and
+// found again, "Names" is removed, the last section is removed through a plain handle
+// and the first through a product-removal handle.
+void change(const std::vector<std::string> &sections, const uint8_t *data, size_t size)
 {
     const char *section = sections.empty() ? "" : sections.front().c_str();
+    const std::string name = textOf(data, size, size > 12 ? size - 12 : 0, 12);
+    const std::string value = textOf(data, size, 0, 16);
     UtiPropertyStore handle{nullptr};
     if (utiOpenPropertyStore(gPath.c_str(), section, &handle, 0) == UTI_PS_OK) {
-        utiSetPropertyAsStr(&handle, "Fuzz Name=;[x]", value.c_str());
+        if (utiSetPropertyAsStr(&handle, name.c_str(), value.c_str()) == UTI_PS_OK)
+            expectRoundTrip(section, name, value);
         utiRemoveProperty(&handle, "Names");
         if (sections.size() > 1)
             utiRemovePropertyRoot(&handle, sections.back().c_str());
     }
     utiClosePropertyStore(&handle);
+
+    const std::string created = textOf(data, size, 16, 12);
+    UtiPropertyStore fresh{nullptr};
+    if (!created.empty() && CreatePropertyString(gPath.c_str(), created.c_str(), &fresh) == UTI_PS_OK) {
+        utiClosePropertyStore(&fresh);
+        if (utiOpenPropertyStore(gPath.c_str(), created.c_str(), &fresh, 0) != UTI_PS_OK)
+            std::abort();
+    }
+    utiClosePropertyStore(&fresh);
+
+    UtiPropertyStore product{nullptr};
+    if (!sections.empty() &&
+        utiOpenPropertyStore(gPath.c_str(), section, &product, UTI_PS_OPEN_PRODUCT_REMOVAL) == UTI_PS_OK)
+        utiRemovePropertyRoot(&product, section);
+    utiClosePropertyStore(&product);
 }
 
 void cleanUp()
@@ -118,8 +164,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 
     std::vector<std::string> sections = readStore();
     readConfiguration();
-    // The value carries the input's first bytes, control bytes and blanks included.
-    change(sections, std::string(reinterpret_cast<const char *>(data), size < 16 ? size : 16).c_str());
+    change(sections, data, size);
     readStore();
     return 0;
 }
