@@ -71,6 +71,21 @@ TEST(LogSerializer, Refusals)
               ZELKLOG_RC_RECORD_TOO_LONG);
     record.auxText = nullptr;
 
+    // Lists nested 32 deep are written, 33 deep refused (lists[0] holds lists[1] ... lists[32]).
+    ZelkLogMsgArgList lists[33]{};
+    ZelkLogMsgArg holders[32]{};
+    ZelkLogMsgArg *arrays[32][2]{};
+    for (int i = 0; i < 32; ++i) {
+        holders[i].type = ZELKLOG_ARG_LIST, holders[i].ownsValue = 1, holders[i].value.list = &lists[i + 1];
+        arrays[i][0] = &holders[i];
+        lists[i].args = arrays[i];
+    }
+    for (int depth : {32, 33}) {
+        record.args = lists[33 - depth];
+        EXPECT_EQ(zelkLogSerializeMsg(&record, ZELKLOG_FORMAT_10006, text, sizeof text, &length),
+                  depth == 32 ? ZELKLOG_RC_OK : ZELKLOG_RC_BAD_ARGUMENT) << depth;
+    }
+
     struct Case {
         const char *name;
         void (*spoil)(ZelkLogMsg &, ZelkLogMsgArg &);

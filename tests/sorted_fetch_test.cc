@@ -59,7 +59,7 @@ TEST(SortedFetch, Sequences)
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.what);
-        zelk::test::ConfigFixture config({{7, {"billing"}, "", {{112, {"main"}, 0, {}}}}});
+        zelk::test::ConfigFixture config(zelk::test::billingProduct());
         std::vector<std::string> paths;
         for (size_t i = 0; i < c.files.size(); ++i) {
             paths.push_back(config.logDirectory(7) + "f" + std::to_string(i) + ".log");
@@ -94,7 +94,7 @@ TEST(SortedFetch, Sequences)
 
 TEST(SortedFetch, MergesInTimeOrderWithOneFileOpen)
 {
-    zelk::test::ConfigFixture config({{7, {"billing"}, "", {{112, {"main"}, 0, {}}}}});
+    zelk::test::ConfigFixture config(zelk::test::billingProduct());
     std::vector<std::vector<RecordFields>> files(4);
     for (int64_t t = 1; t <= 30; ++t)
         files[static_cast<size_t>(t * 7 % 3)].push_back(at(t, static_cast<uint64_t>(t)));
