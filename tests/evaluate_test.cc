@@ -74,12 +74,8 @@ protected:
 
 TEST_F(Evaluate, FieldRulesPerKind)
 {
-    struct Case {
-        int32_t field, op;
-        int64_t number;
-        const char *text;
-        const char *expected;  // context records never match without an ALL test
-    } cases[] = {
+    // Context records never match without an ALL test.
+    const struct { int32_t field, op; int64_t number; const char *text, *expected; } cases[] = {
         {ZELKLOGREC_PRODID, EQUAL, 1001, nullptr, "11101"},   {ZELKLOGREC_ORGID, NOTEQUAL, 112, nullptr, "00000"},
         {ZELKLOGREC_TID, LESS, 55, nullptr, "00000"},         {ZELKLOGREC_SEV, NOTEQUAL, 2, nullptr, "00100"},
         {ZELKLOGREC_LEVEL, GREATER, 6, nullptr, "01000"},     {ZELKLOGREC_LEVEL, NOTEQUAL, 0, nullptr, "11000"},
@@ -92,7 +88,7 @@ TEST_F(Evaluate, FieldRulesPerKind)
         // A number where a text belongs is never read as a text.
         {ZELKLOGREC_SUBJECT, EQUAL, 12345, nullptr, "00000"},
     };
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         QueryNode *root = cmp(c.field, c.op, c.number, c.text);
         EXPECT_EQ(byKind(root), c.expected) << "field " << c.field << " op " << c.op << " " << c.number;
         EXPECT_EQ(byKind(root), c.expected) << "second walk over the same marks, field " << c.field;

@@ -62,12 +62,7 @@ TEST(GetLogFiles, OldestFirstAcrossDirectoriesSkippingWhatIsNoLogFile)
 {
     TempDir one;
     TempDir two;
-    const struct {
-        TempDir *dir;
-        const char *name;
-        int64_t modified;
-        uint64_t format;
-    } files[] = {
+    const struct { TempDir *dir; const char *name; int64_t modified; uint64_t format; } files[] = {
         {&one, "c.log", 300, ZELKLOG_FORMAT_10006}, {&one, "b.log", 100, ZELKLOG_FORMAT_10004},
         {&two, "a.log", 100, ZELKLOG_FORMAT_10008}, {&two, "d.log", 200, ZELKLOG_FORMAT_10005},
         {&one, "a.log", 100, ZELKLOG_FORMAT_10007},

@@ -86,11 +86,7 @@ TEST(LogSerializer, Refusals)
                   depth == 32 ? ZELKLOG_RC_OK : ZELKLOG_RC_BAD_ARGUMENT) << depth;
     }
 
-    struct Case {
-        const char *name;
-        void (*spoil)(ZelkLogMsg &, ZelkLogMsgArg &);
-    };
-    const Case cases[] = {
+    const struct { const char *name; void (*spoil)(ZelkLogMsg &, ZelkLogMsgArg &); } cases[] = {
         {"kind 5", [](ZelkLogMsg &r, ZelkLogMsgArg &) { r.kind = 5; }},
         {"11-digit message id", [](ZelkLogMsg &r, ZelkLogMsgArg &) { r.args.msgId = 10000000000ull; }},
         {"argument type 6", [](ZelkLogMsg &, ZelkLogMsgArg &a) { a.type = 6; }},
@@ -98,7 +94,7 @@ TEST(LogSerializer, Refusals)
         {"beyond Unicode", [](ZelkLogMsg &, ZelkLogMsgArg &a) { a.type = ZELKLOG_ARG_WCHAR; a.value.wideChar = 0x110000; }},
         {"null nested list", [](ZelkLogMsg &, ZelkLogMsgArg &a) { a.type = ZELKLOG_ARG_LIST; a.value.list = nullptr; }},
     };
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         ZelkLogMsg r = makeRecord({});
         ZelkLogMsgArg arg{};
         arg.type = ZELKLOG_ARG_INT64;

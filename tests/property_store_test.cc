@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <dlfcn.h>
 #include <filesystem>
 #include <string>
 #include <sys/stat.h>
@@ -161,23 +160,6 @@ TEST(PropertyStore, SnapshotKeepsAnEnumerationConsistent)
     // A change through the handle refreshes its view, other writers' changes included.
     ASSERT_EQ(utiSetPropertyAsStr(&reader.handle, "JVMPath", "/j"), 0u);
     EXPECT_EQ(reader.sections(), (Names{"7", "8", "9"}));
-}
-
-// The store's parser options (long lines, no continuations, no inline comments) must not
-// stay in force for other readers of INI text in the process (message catalogues).
-TEST(PropertyStore, LeavesInihDefaultsForOtherReaders)
-{
-    ConfigFixture config({{7, {"billing"}}});
-    Store store(config.globalStore(), "7");
-    ASSERT_EQ(store.code, 0u);
-    for (const char *flag : {"ini_allow_multiline", "ini_allow_inline_comments", "ini_use_stack"}) {
-        auto *value = static_cast<bool *>(::dlsym(RTLD_DEFAULT, flag));
-        ASSERT_NE(value, nullptr) << flag;
-        EXPECT_TRUE(*value) << flag;
-    }
-    auto *maxLine = static_cast<int *>(::dlsym(RTLD_DEFAULT, "ini_max_line"));
-    ASSERT_NE(maxLine, nullptr);
-    EXPECT_EQ(*maxLine, 200);
 }
 
 }  // namespace
