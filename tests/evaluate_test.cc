@@ -1,5 +1,5 @@
 // Records of every kind against hand-built query trees: field rules, operand order,
-// context-token rules, the size limits of the walk, and the context title table.
+// context-token rules and the size limits of the walk.
 #include "zelkLogCore.h"
 
 #include <gtest/gtest.h>
@@ -129,33 +129,6 @@ TEST_F(Evaluate, TreesBeyondTheSlotsMatchNothing)
     EXPECT_FALSE(matches(deep, records_[0])) << "deeper than the walk's stack";
     EXPECT_FALSE(matches(node(INTCONST, 3), records_[0])) << "a leaf is not a condition";
     EXPECT_EQ(IsTrueCondition(nullptr, &query_), 0);
-}
-
-TEST_F(Evaluate, ContextTitlesKeepTheFirstTitle)
-{
-    ZelkLogMsg first = records_[ZELKLOG_MSG_CTX];
-    first.args.msgId = 10;
-    ZelkLogMsg second = first;
-    second.args.msgId = 20;
-    second.kindData.first.contextText = text("second title");
-    ZelkLogMsg untokened = first;
-    untokened.contextToken = nullptr;
-    QueryNode *root = cmp(ZELKLOGREC_PID, EQUAL, 1234);
-    // Other kinds (even with a token) and a context without a token add nothing.
-    for (ZelkLogMsg *record : {&records_[0], &records_[2], &records_[4], &untokened, &first, &second})
-        matches(root, *record);
-
-    int entries = 0;
-    for (const ContextTitleEntry *bucket : query_.contextTitles)
-        for (const ContextTitleEntry *entry = bucket; entry != nullptr; entry = entry->next, ++entries) {
-            char *expected = nullptr;
-            LogFormatMessage(nullptr, nullptr, nullptr, 0, 1024, nullptr, &first, 0, &expected);
-            EXPECT_STREQ(entry->title, expected);
-            EXPECT_STREQ(entry->token, "tok-1");
-            EXPECT_EQ(entry->productId, 1001u);
-            zelkLogFree(expected);
-        }
-    EXPECT_EQ(entries, 1);
 }
 
 }  // namespace

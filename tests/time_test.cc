@@ -63,7 +63,6 @@ TEST(DateFormat, ShowsLocalClockInEachLocale)
 {
     ZoneGuard zone(kIndia);
     const struct { const char *locale; int32_t timeStyle, dateStyle; std::u16string pieces[2]; } cases[] = {
-        {"en_US", 2, 3, {u"11/15/23", u"3:43:20\u202fAM"}},
         {"de_DE", 2, 1, {u"15. November 2023", u"03:43:20"}},
         {"en_US", 0, -1, {u"3:43:20", u"Greenwich Mean Time"}},  // the zone shown is GMT, the clock local
         {"de_DE", -1, 3, {u"15.11.23", u""}},
