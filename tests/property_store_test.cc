@@ -91,8 +91,7 @@ TEST(PropertyStore, DamagedFilesGiveACode)
     ConfigFixture config;
     std::string location = config.path("bad.conf");
     const std::pair<std::string, uint32_t> cases[] = {
-        {"[7\nNames = x\n", UTI_PS_CORRUPT},  {"[7]\nNames = x\njust words\n", UTI_PS_CORRUPT},
-        {std::string("[7]\nNames = \0x\n", 14), UTI_PS_CORRUPT},  {"", 0},
+        {"[7\nNames = x\n", UTI_PS_CORRUPT},  {std::string("[7]\nNames = \0x\n", 14), UTI_PS_CORRUPT},  {"", 0},
     };
     for (const auto &[text, code] : cases) {
         config.writeFile("bad.conf", text);
