@@ -53,7 +53,7 @@ struct Handle {
             texts.push_back(text);
         return texts;
     }
-    int64_t position() const { return int64_t(lseek(file->fd, 0, SEEK_CUR)) - std::max(file->readerState, 0); }
+    int64_t position() const { return zelkLogOs_getFileOffset(file.get()); }
 };
 
 std::string readBytes(const std::string &path)
