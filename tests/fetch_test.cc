@@ -19,7 +19,7 @@ using zelk::test::numbered;
 
 class Fetch : public ::testing::Test {
 protected:
-    Fetch() : config_({{7, {"billing"}, "", {{112, {"main"}, 0, {}}}}}) {}
+    Fetch() : config_(zelk::test::billingProduct()) {}
     ~Fetch() override { zelkLogDestroyQuery(&query_); }
     std::string path(const std::string &name) const { return config_.logDirectory(7) + name; }
     void create(const char *filter)

@@ -22,7 +22,7 @@ zelk::test::RecordFields app(uint64_t tid, const std::string &token = "")
 
 TEST(FormattedFetch, LocalesTitlesFlagsAndCodes)
 {
-    zelk::test::ConfigFixture config({{7, {"billing"}, "", {{112, {"main"}, 0, {}}}}});
+    zelk::test::ConfigFixture config(zelk::test::billingProduct());
     const std::string catalogues = config.directory() + "/catalogues";
     ASSERT_EQ(mkdir(catalogues.c_str(), 0755), 0);
     config.writeFile("catalogues/en.ini", "[messages]\n100 = Disk is full\n");

@@ -102,26 +102,14 @@ protected:
 
 TEST_F(MessageFormat, CatalogueTextsWithFallback)
 {
-    TestRecord open;
+    TestRecord open, otherProduct, rootOnly, continued, plural, huge;
     open.id(1001).text("a.txt").integer(1234);
-    TestRecord otherProduct;
-    otherProduct.id(1001).text("a.txt").integer(1234);
-    otherProduct.msg.productId = 7;
-    TestRecord rootOnly;
+    otherProduct.id(1001).text("a.txt").integer(1234).msg.productId = 7;
     rootOnly.id(1002).wide(L"Gr\u00fc\u00dfe");
-    TestRecord continued;
     continued.id(0x3ED).letter(L'\u00e9');
-    TestRecord plural;
     plural.id(3000).integer(1);
-    TestRecord huge;
     huge.id(1002).unsigned64(UINT64_MAX);
-
-    struct Case {
-        const char *name;
-        const ZelkLogMsg *record;
-        const char *locale;
-        const char *expected;
-    } cases[] = {
+    const struct { const char *name; const ZelkLogMsg *record; const char *locale, *expected; } cases[] = {
         {"root text, en grouping", otherProduct.get(), "en_US", "Could not open a.txt: error 1,234"},
         {"de text, de grouping", otherProduct.get(), "de_DE", u8"Datei a.txt nicht ge\u00f6ffnet: Fehler 1.234"},
         {"product section first", open.get(), "de", "Produkt 42: a.txt fehlt"},
@@ -130,50 +118,36 @@ TEST_F(MessageFormat, CatalogueTextsWithFallback)
         {"locale without file", rootOnly.get(), "fr_FR", u8"Root only: Gr\u00fc\u00dfe"},
         {"continuation line", continued.get(), "de-DE", u8"Lange Meldung mit \u00e9 und Fortsetzung"},
         {"unsigned beyond int64", huge.get(), "en", "Root only: 18,446,744,073,709,551,615"},
-        {"plural in root", plural.get(), "en", "Copied 1 file"},
         {"most specific locale", plural.get(), "de_AT", "1 Dateien kopiert (AT)"},
         {"keywords ignored", plural.get(), "de_AT@currency=EUR", "1 Dateien kopiert (AT)"},
     };
-    for (const Case &c : cases)
+    for (const auto &c : cases)
         EXPECT_EQ(format(c.record, c.locale), c.expected) << c.name;
 }
 
 TEST_F(MessageFormat, UnknownIdentifiersShowIdAndArguments)
 {
-    TestRecord unknown;
+    TestRecord unknown, bare, knownInner, unknownInner, withNested, noId, context;
     unknown.id(4711).text("a.txt").integer(-5).real(2.5).unsigned64(UINT64_MAX).letter(L'x');
-    TestRecord bare;
     bare.id(4712);
-    TestRecord knownInner;
     knownInner.id(1002).text("inner");
-    TestRecord unknownInner;
     unknownInner.id(99).integer(1);
-    TestRecord withNested;
     withNested.id(4713).nested(knownInner).nested(unknownInner);
-    TestRecord noId;
     noId.msg.kind = ZELKLOG_MSG_DEBUG;
     noId.msg.auxText = noId.keep("free text");
-    TestRecord context;
     context.msg.kind = ZELKLOG_MSG_CTX;
     context.msg.kindData.first.contextText = context.keep("Nightly backup");
-
-    struct Case {
-        const char *name;
-        const ZelkLogMsg *record;
-        const char *expected;
-    } cases[] = {
+    const struct { const char *name; const ZelkLogMsg *record; const char *expected; } cases[] = {
         {"plain arguments", unknown.get(), "#4711 (a.txt, -5, 2.5, 18446744073709551615, x)"},
         {"no arguments", bare.get(), "#4712"},
         {"nested lists", withNested.get(), "#4713 (Root only: inner, [#99 (1)])"},
         {"record text without id", noId.get(), "free text"},
         {"context text", context.get(), "Nightly backup"},
     };
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         EXPECT_EQ(format(c.record, "de_DE"), c.expected) << c.name;
-        // No catalogue directory at all: the same plain form.
-        if (c.record != withNested.get()) {
-            EXPECT_EQ(format(c.record, "de_DE", 0, 0, nullptr, "/nonexistent/dir"), c.expected) << c.name;
-        }
+        const char *directory = c.record != withNested.get() ? "/nonexistent/dir" : "";  // no catalogues at all
+        EXPECT_EQ(format(c.record, "de_DE", 0, 0, nullptr, directory), c.expected) << c.name;
     }
 }
 
@@ -181,32 +155,21 @@ TEST_F(MessageFormat, UnusableCataloguesAreSkipped)
 {
     write("fr.ini", "[messages]\n1001 = " + std::string(70000, 'x') + "\n");  // line too long
     write("it.ini", "[messages]\n1001 = Broken {0\n1002 = \xff\xfe {0}\nnot a line\n");
-    TestRecord open;
-    open.id(1001).text("a").integer(1);
-    open.msg.productId = 7;
-    TestRecord rootOnly;
+    TestRecord open, rootOnly;
+    open.id(1001).text("a").integer(1).msg.productId = 7;
     rootOnly.id(1002).text("b");
     EXPECT_EQ(format(open.get(), "fr"), "Could not open a: error 1");
     EXPECT_EQ(format(open.get(), "it"), "#1001 (a, 1)");
     EXPECT_EQ(format(rootOnly.get(), "it"), u8"\ufffd\ufffd b");
     EXPECT_EQ(format(open.get(), "../../etc"), "Could not open a: error 1");
 
-    // The longest line that fits is read whole.
-    const std::string prefix = "1002 = ";
-    write("es.ini", "[messages]\r\n" + prefix + std::string(65534 - prefix.size(), 'y') + "\r\n");
-    EXPECT_EQ(format(rootOnly.get(), "es"), "Root only: b");  // 65535 bytes with the CR: refused
-    write("pt.ini", "[messages]\n" + prefix + std::string(65534 - prefix.size(), 'y') + "\n");
-    EXPECT_EQ(format(rootOnly.get(), "pt"), std::string(65534 - prefix.size(), 'y'));
+    // The longest line that fits is read whole; one byte more (a CR) and it is refused.
+    const std::string longest = std::string(65534 - 7, 'y');
+    write("es.ini", "[messages]\r\n1002 = " + longest + "\r\n");
+    EXPECT_EQ(format(rootOnly.get(), "es"), "Root only: b");
+    write("pt.ini", "[messages]\n1002 = " + longest + "\n");
+    EXPECT_EQ(format(rootOnly.get(), "pt"), longest);
 
-    // Binary garbage, embedded zero bytes included, never breaks formatting.
-    std::string garbage;
-    unsigned seed = 7;
-    for (int i = 0; i < 4096; ++i) {
-        seed = seed * 1103515245u + 12345u;
-        garbage += static_cast<char>(i % 97 == 0 ? '\n' : (seed >> 16) & 0xFF);
-    }
-    write("nl.ini", "[messages]\n" + garbage);
-    EXPECT_EQ(format(rootOnly.get(), "nl"), "Root only: b");
 }
 
 TEST_F(MessageFormat, LineFieldsFollowTheFlags)
@@ -224,27 +187,13 @@ TEST_F(MessageFormat, LineFieldsFollowTheFlags)
     titles[HashString("tok-1", ZELKLOG_CONTEXT_BUCKETS)] = &entry;
 
     const std::string time = u8"Nov 15, 2023, 3:43:20\u202fAM";
-    struct Case {
-        uint32_t flags;
-        std::string expected;
-    } cases[] = {
+    const std::pair<uint32_t, std::string> cases[] = {
         {0xF03, time + " | ERR | prod 42 orig 112 | pid 100 tid 7 | Backup | Could not open a.txt: error 3"},
-        {0x001, time},
-        {0x005, u8"Nov 15, 2023, 3:43:20.123\u202fAM"},
-        {0x002, "ERR"},
-        {0x008, "who joe"},
-        {0x010, "file 5"},
-        {0x110, "prod 42 orig 112 file 5"},
-        {0x020, "aux 9 aux"},
-        {0x040, "Backup (tok-1)"},
-        {0x080, "nightly"},
-        {0x200, "pid 100 tid 7"},
-        {0x400, "Backup"},
-        {0x800, "Could not open a.txt: error 3"},
-        {0xF000, ""},
+        {0x005, u8"Nov 15, 2023, 3:43:20.123\u202fAM"}, {0x008, "who joe"}, {0x110, "prod 42 orig 112 file 5"},
+        {0x020, "aux 9 aux"}, {0x040, "Backup (tok-1)"}, {0x080, "nightly"}, {0xF000, ""},
     };
-    for (const Case &c : cases)
-        EXPECT_EQ(format(record.get(), "en_US", c.flags, 0, titles), c.expected) << std::hex << c.flags;
+    for (const auto &[flags, expected] : cases)
+        EXPECT_EQ(format(record.get(), "en_US", flags, 0, titles), expected) << std::hex << flags;
 
     // The query's entry point: its localisers, titles and catalogue; formatArg limits the length.
     LogQuery query;
@@ -256,41 +205,34 @@ TEST_F(MessageFormat, LineFieldsFollowTheFlags)
     EXPECT_STREQ(text, "15.11.2023, 03:43:20 | ERR | prod 42 orig 112 | pid 100 tid 7 | Backup | "
                        u8"Produkt 42: a.txt fehlt");
     zelkLogFree(text);
-    EXPECT_GT(query.localizers.count, 0u);
     ASSERT_EQ(zelkLogFormatMessageEx(&query, "de_DE", 8, 0xF03, 0, record.get(), &text), ZELKLOG_RC_OK);
     EXPECT_STREQ(text, "15.11.20");
     zelkLogFree(text);
     RemoveAllLocalizers(&query.localizers);
-    EXPECT_EQ(query.localizers.first, nullptr);
-    EXPECT_EQ(query.localizers.count, 0u);
 }
 
 TEST_F(MessageFormat, TimesFollowTheZoneRuleOfTheirMoment)
 {
     ZoneGuard zone("CET-1CEST,M3.5.0,M10.5.0/3");
-    TestRecord winter, summer, early;
+    TestRecord winter, summer;
     winter.msg.timeMs = 1673784000000;  // 2023-01-15 12:00 UTC
-    summer.msg.timeMs = 1689422400000;  // 2023-07-15 12:00 UTC
-    early.msg.timeMs = -1;              // 1969-12-31 23:59:59.999 UTC
+    summer.msg.timeMs = -1;             // 1969-12-31 23:59:59.999 UTC
     EXPECT_EQ(format(winter.get(), "de_DE", 0x001), "15.01.2023, 13:00:00");
+    EXPECT_EQ(format(summer.get(), "de_DE", 0x005), "01.01.1970, 00:59:59.999");
+    summer.msg.timeMs = 1689422400000;  // 2023-07-15 12:00 UTC
     EXPECT_EQ(format(summer.get(), "de_DE", 0x001), "15.07.2023, 14:00:00");
-    EXPECT_EQ(format(early.get(), "de_DE", 0x005), "01.01.1970, 00:59:59.999");
 }
 
 TEST_F(MessageFormat, CutsOnCharacterBoundaries)
 {
     TestRecord record;
     record.id(0).text(u8"a\u00fc\u20ac\U0001F600z");  // 1 + 2 + 3 + 4 + 1 bytes
-    struct Case {
-        uint32_t maxLength;
-        const char *expected;
-    } cases[] = {
-        {0, u8"a\u00fc\u20ac\U0001F600z"}, {1, "a"},          {2, "a"},          {3, u8"a\u00fc"},
-        {5, u8"a\u00fc"},                  {6, u8"a\u00fc\u20ac"}, {9, u8"a\u00fc\u20ac"},
-        {10, u8"a\u00fc\u20ac\U0001F600"}, {11, u8"a\u00fc\u20ac\U0001F600z"}, {1000, u8"a\u00fc\u20ac\U0001F600z"},
+    const std::pair<uint32_t, const char *> cases[] = {
+        {0, u8"a\u00fc\u20ac\U0001F600z"}, {2, "a"}, {5, u8"a\u00fc"}, {9, u8"a\u00fc\u20ac"},
+        {10, u8"a\u00fc\u20ac\U0001F600"}, {1000, u8"a\u00fc\u20ac\U0001F600z"},
     };
-    for (const Case &c : cases)
-        EXPECT_EQ(format(record.get(), "en", 0, c.maxLength), c.expected) << c.maxLength;
+    for (const auto &[maxLength, expected] : cases)
+        EXPECT_EQ(format(record.get(), "en", 0, maxLength), expected) << maxLength;
 }
 
 TEST_F(MessageFormat, CataloguesAreCachedPerList)
@@ -324,8 +266,6 @@ TEST_F(MessageFormat, RefusesMissingArguments)
               ZELKLOG_RC_BAD_ARGUMENT);
     EXPECT_EQ(zelkLogFormatMessageEx(nullptr, "en", 0, 0xF03, 0, record.get(), &text), ZELKLOG_RC_BAD_ARGUMENT);
     EXPECT_EQ(text, nullptr);
-    InitializeLocalizerList(nullptr);
-    RemoveAllLocalizers(nullptr);
 }
 
 TEST(ContextTitles, SearchByTokenAloneInItsBucket)
@@ -335,7 +275,6 @@ TEST(ContextTitles, SearchByTokenAloneInItsBucket)
     ContextTitleEntry entries[3];
     for (int i = 0; i < 3; ++i) {
         uint32_t bucket = HashString(tokens[i], ZELKLOG_CONTEXT_BUCKETS);
-        ASSERT_LT(bucket, uint32_t{ZELKLOG_CONTEXT_BUCKETS});
         entries[i] = {titles[bucket], uint64_t(i + 1), 112, tokens[i], title};
         titles[bucket] = &entries[i];
     }
@@ -345,15 +284,9 @@ TEST(ContextTitles, SearchByTokenAloneInItsBucket)
         EXPECT_EQ(SearchContextTitleInList(other.get(), nullptr, tokens[i], titles), &entries[i]);
     EXPECT_EQ(SearchContextTitleInList(other.get(), nullptr, "d", titles), nullptr);
     EXPECT_EQ(SearchContextTitleInList(other.get(), nullptr, nullptr, titles), nullptr);
-    EXPECT_EQ(SearchContextTitleInList(other.get(), nullptr, "a", nullptr), nullptr);
-    EXPECT_EQ(HashString(nullptr, 200), 0u);
-    EXPECT_EQ(HashString("abc", 0), 0u);
-
-    const char *token = "x";
+    const char *token = nullptr;
     zelkLogGetMsgContextAttrToken(other.token("b").get(), &token);
     EXPECT_STREQ(token, "b");
-    zelkLogGetMsgContextAttrToken(nullptr, &token);
-    EXPECT_EQ(token, nullptr);
 }
 
 }  // namespace

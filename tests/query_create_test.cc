@@ -34,7 +34,7 @@ TEST(QueryCreate, RefusedArgumentsLeaveTheRecordUntouched)
 
 TEST(QueryCreate, OverridesAndFailures)
 {
-    zelk::test::ConfigFixture config({{7, {"billing"}, "", {{112, {"main"}, 0, {}}}}});
+    zelk::test::ConfigFixture config(zelk::test::billingProduct());
     const std::string other = config.directory() + "/elsewhere";
     ASSERT_EQ(mkdir(other.c_str(), 0755), 0);
     zelk::test::writeLogFile(other + "/x.log", {zelk::test::RecordFields{}}, 1000);

@@ -14,21 +14,9 @@ QueryNode *leaf(int32_t kind, const void *value, const char *locale = nullptr)
     return addNewNode(kind, &record, &context);
 }
 
-TEST(QueryNode, Construction)
+// Leaves and operators as parsing builds them are checked through the parser's trees.
+TEST(QueryNode, RefusesWhatIsNoNode)
 {
-    const char quoted[] = "'a b'";
-    QueryNode *text = leaf(STRINGCONST, quoted, "fr_FR");
-    ASSERT_NE(text, nullptr);
-    EXPECT_STREQ(reinterpret_cast<const char *>(static_cast<uintptr_t>(text->value)), "a b");
-    EXPECT_STREQ(text->locale, "fr_FR");
-    QueryNode *number = leaf(INTCONST, reinterpret_cast<void *>(271));
-    EXPECT_EQ(number->value, 271u);
-    EXPECT_EQ(number->locale, nullptr);
-    QueryNode *node = addNewNode(LESS, text, number);
-    ASSERT_NE(node, nullptr);
-    EXPECT_TRUE(node->left == text && node->right == number && node->value == 0 && node->visitMark == 0);
-    removeTree(node);
-
     QueryNode record{};
     for (int32_t kind : {0, +ERROR_FOUND, +BETWEEN, +ROUND_OPEN, +ZELKLOGREC_PID})
         EXPECT_EQ(addNewNode(kind, &record, nullptr), nullptr) << kind;

