@@ -108,14 +108,19 @@ uint32_t readDecimal(TextCursor &cursor, ZelkLogMsgArg *arg)
     return ZELKLOG_RC_OK;
 }
 
-uint32_t readWideChar(TextCursor &cursor, ZelkLogMsgArg *arg)
+// A counted field converted from UTF-8 into an owned wide string; any failure is code 1.
+bool readWideText(TextCursor &cursor, wchar_t **wide)
 {
     const char *data;
     size_t length;
-    if (readCountedField(cursor, &data, &length) != ZELKLOG_RC_OK)
-        return ZELKLOG_RC_FAILURE;
+    return readCountedField(cursor, &data, &length) == ZELKLOG_RC_OK &&
+           utf82wcs(data, length, wide) == ZELKLOG_RC_OK;
+}
+
+uint32_t readWideChar(TextCursor &cursor, ZelkLogMsgArg *arg)
+{
     wchar_t *wide = nullptr;
-    if (utf82wcs(data, length, &wide) != ZELKLOG_RC_OK)
+    if (!readWideText(cursor, &wide))
         return ZELKLOG_RC_FAILURE;
     arg->type = ZELKLOG_ARG_WCHAR;
     arg->value.wideChar = wide[0];
@@ -125,12 +130,8 @@ uint32_t readWideChar(TextCursor &cursor, ZelkLogMsgArg *arg)
 
 uint32_t readWideString(TextCursor &cursor, ZelkLogMsgArg *arg)
 {
-    const char *data;
-    size_t length;
-    if (readCountedField(cursor, &data, &length) != ZELKLOG_RC_OK)
-        return ZELKLOG_RC_FAILURE;
     wchar_t *wide = nullptr;
-    if (utf82wcs(data, length, &wide) != ZELKLOG_RC_OK)
+    if (!readWideText(cursor, &wide))
         return ZELKLOG_RC_FAILURE;
     arg->type = ZELKLOG_ARG_WSTRING;
     arg->ownsValue = 1;
