@@ -331,9 +331,10 @@ typedef struct LogQuery {
 /* ------------------------------------------------------------------------- */
 /* Storage and records: provided by the logging core library                */
 /* ------------------------------------------------------------------------- */
-ZELKLOG_API void *zelkLogMalloc(size_t size);
-ZELKLOG_API void zelkLogFree(void *storage);
-ZELKLOG_API char *zelkLogSafeStrdup(const char *text);
+/* Storage of the logging core: everything this library hands out comes from here. */
+ZELKLOG_API void *zelkLogMalloc(size_t size);           /* null when exhausted */
+ZELKLOG_API void zelkLogFree(void *storage);            /* null is ignored */
+ZELKLOG_API char *zelkLogSafeStrdup(const char *text);  /* owned copy; null for null or no memory */
 /* Releases everything the record owns (nested lists recursively, a partly filled
  * record included) and leaves it cleared with timeMs 0.  A null record is ignored. */
 ZELKLOG_API void zelkLogFreeMsg(ZelkLogMsg *record);
@@ -341,6 +342,23 @@ ZELKLOG_API void zelkLogFreeMsg(ZelkLogMsg *record);
 /* ------------------------------------------------------------------------- */
 /* Queries                                                                   */
 /* ------------------------------------------------------------------------- */
+/* Creates a query in the caller's record from a filter text.
+ *   queryText       filter in the query language; non-null, non-empty.
+ *   locale          ICU locale id used to read date texts of the filter, or null.
+ *   logDirectory    replaces every product's log directory for this query, or null;
+ *                   a "/" is added when missing; empty, or too long for 1024 bytes with
+ *                   that "/" and the terminator: 3.
+ *   formatResource  replaces every product's format resource and is kept by the query
+ *                   for formatting (the directory of message catalogues), or null.
+ *   tzOffset        signed seconds handed to the logging core's updateQueryForTZ, which
+ *                   shifts the STDATE/ENDATE constants; ZELKLOG_NO_TZ_ADJUST for none.
+ *   query           caller's storage, cleared and filled.
+ * Returns 0; 3 (null query, null or empty text, unusable logDirectory: record untouched);
+ * the configuration reader's code when no product could be read; a parse code (1, 2, 4,
+ * 11..19, 20, 43, 44, 49); 26 for a product, originator or file name the configuration
+ * lacks; the file-list builder's code.  After any code but 3 the record may hold part of
+ * a query: release it with zelkLogDestroyQuery, which is safe on every such record.
+ * zelkLogCreateQuery and zelkLogCreateQueryEx never adjust for a time zone. */
 ZELKLOG_API uint32_t zelkLogCreateQuery(const char *queryText, const char *locale, LogQuery *query);
 ZELKLOG_API uint32_t zelkLogCreateQueryEx(const char *queryText, const char *locale,
                                           const char *logDirectory, const char *formatResource,
@@ -348,21 +366,72 @@ ZELKLOG_API uint32_t zelkLogCreateQueryEx(const char *queryText, const char *loc
 ZELKLOG_API uint32_t zelkLogCreateQueryEx2(const char *queryText, const char *locale,
                                            const char *logDirectory, const char *formatResource,
                                            int64_t tzOffset, LogQuery *query);
+/* Clears the query record, parses the filter and resolves names against the given
+ * configuration records.  3 for a null query, text or array, or an empty text; else the
+ * parse code (the tree is released) or the name-resolution code (the tree stays in
+ * query->root). */
 ZELKLOG_API uint32_t CreateTreeFromQuery(ZelkLogProductCfg **configArray, uint64_t configCount,
                                          const char *queryText, const char *locale, LogQuery *query);
+/* Releases everything the query owns (localisers, tree, format resource, context titles,
+ * file list with any record read ahead; no descriptor stays open) but never the record
+ * itself.  The pointers are cleared, so a second call finds nothing.  3 for null, else 0. */
 ZELKLOG_API uint32_t zelkLogDestroyQuery(LogQuery *query);
+/* Frees every entry of the 200 context-title buckets and sets every bucket to null. */
 ZELKLOG_API void removeContextHashTable(ContextTitleEntry **table);
 
+/* 1 when file is non-null and its descriptor is not -1 (0 counts as open), else 0. */
 ZELKLOG_API int zelkLogOs_isvalidfilehandle(const LogOsFile *file);
+/* Moves the handle to the absolute position offset, dropping any read-ahead:
+ * 0, -1 when the system refuses, -3 for a null file. */
 ZELKLOG_API int zelkLogOs_seek(LogOsFile *file, int64_t offset);
+/* The handle's position (the descriptor's position minus the read-ahead count);
+ * -1 when the system refuses, -3 for a null file. */
 ZELKLOG_API int64_t zelkLogOs_getFileOffset(LogOsFile *file);
 
-/* Fetching */
+/* ------------------------------------------------------------------------- */
+/* Fetching                                                                  */
+/* ------------------------------------------------------------------------- */
+/* Plain fetch: the next matching record of the query's files, in list order, into the
+ * caller's record (cleared first).  0: a record, owned by the caller until released with
+ * zelkLogFreeMsg (before the next fetch into the same record); 9: no more records;
+ * 23: a record that cannot be decoded was skipped (the record may hold what the decoder
+ * stored: release it the same way), the next call reads on; 3: null query, query without
+ * a tree, or null record.  Files that cannot be opened are skipped. */
 ZELKLOG_API uint32_t zelkLogFetchNextEntry(LogQuery *query, ZelkLogMsg *record);
+/* Merged fetch: the earliest record (smallest timeMs; on equal times the file nearer the
+ * head of the list) among all files, each holding one matching record read ahead.
+ * *out points into the query (the file entry's slot) and its fileHeaderText is set.
+ * Release it with zelkLogFreeMsg before the next call, or the same record is handed out
+ * again.  Codes: 0 (a record); 24 (a file ended during the pass: when *out was set it is
+ * still the earliest record, handed out again by the next call; when the list head itself
+ * ended, *out is not set); 23 (an undecodable record at the head, skipped; *out not set);
+ * ZELKLOG_RC_FILE_UNOPENABLE (-8: a later file cannot be opened; "<path> does not exists"
+ * is written to standard error on every such pass, *out is set); 1 (the head file cannot
+ * be opened after a dropped file); 9 (no more records); 3 (null argument or no tree).
+ * After every pass at most one of the query's files is open. */
 ZELKLOG_API uint32_t zelkLogFetchNextSortedEntry(LogQuery *query, ZelkLogMsg **out);
+/* Formatted fetch: the next record of the merged fetch formatted by the logging core.
+ *   formatArg  longest text wanted in bytes (0: no limit).
+ *   locale     when given, becomes ICU's process-wide default locale (and stays so).
+ *   flags      low 32 bits: the formatting flags of docs/formatting.md; 0 means 0xF03.
+ *   text       receives the UTF-8 text, released with zelkLogFree.
+ * 0 with the text (the record is released); 9 or 23 with null in *text; 3 for a null
+ * text pointer (nothing fetched); other codes of the merged fetch or of the formatter are
+ * returned with nothing stored, and a record that could not be formatted is offered again
+ * by the next call. */
 ZELKLOG_API uint32_t zelkLogFetchNextFormattedMessage(LogQuery *query, uintptr_t formatArg,
                                                       const char *locale, uint64_t flags, char **text);
+/* Writes to standard output every record of the query's files that does not decode
+ * (directory, file name, record number counting the header as 1, decoder code, raw text),
+ * then the count.  The filter plays no part and the file list is not consumed.  0; 3 for
+ * a null query; 4 when its scratch storage cannot be allocated. */
 ZELKLOG_API uint32_t zelkLogShowCorruptLogRecords(LogQuery *query);
+/* The steps the fetches are built of.  ReadOneRecord reads, decodes and tests one record
+ * of the current file (0 match, 25 no match, 23 undecodable, 24 file ended and dropped,
+ * or the opening code); ReadNextLogFile opens the current file (0, 1 unopenable,
+ * 9 no file, or the header reader's code when the header is read); closelogfile closes
+ * and frees the current entry and makes its successor current (0, 3, 9); readlog is 1
+ * when one raw record was read. */
 ZELKLOG_API uint32_t ReadOneRecord(LogQuery *query, ZelkLogMsg *record);
 ZELKLOG_API uint32_t ReadNextLogFile(LogQuery *query);
 ZELKLOG_API uint32_t closelogfile(LogQuery *query);
@@ -371,21 +440,43 @@ ZELKLOG_API int readlog(LogOsFile *file, textMessage *message);
 /* ------------------------------------------------------------------------- */
 /* Message decoding                                                          */
 /* ------------------------------------------------------------------------- */
+/* Fills a cleared record (format already set by the caller) from the serialized text in
+ * message->text, writing NUL characters into that text.  0: the record is filled and the
+ * text stays with the caller (free_text_msg).  Non-zero: the text has already been
+ * released; the record keeps what was read and is released with zelkLogFreeMsg.  Codes:
+ * 1 malformed text, unknown format, kind above 4, lists nested deeper than 32 levels;
+ * 3 a "u" or "9" number that is empty or longer than 20 characters (also null arguments);
+ * 4 no memory; 21 a string that is not valid UTF-8. */
 ZELKLOG_API uint32_t zelkLogMsgUnserialize(textMessage *message, ZelkLogMsg *record);
 
 /* ------------------------------------------------------------------------- */
 /* Query language                                                            */
 /* ------------------------------------------------------------------------- */
+/* Parses a filter under the process-wide lock "parseQueryString()".  0 with the root in
+ * *rootOut (release with removeTree); otherwise *rootOut is untouched and nothing is kept.
+ * Codes: 1 syntax error; 2 parser stack exhausted; 3 null rootOut or text; 4 no memory;
+ * 11, 12, 13 lexical errors; 14..18, 43, 44, 49 comparisons refused; 19 a single operand
+ * without operator; 20 more than 199 operator nodes. */
 ZELKLOG_API uint32_t parseQueryString(const char *queryText, const char *locale, QueryNode **rootOut);
+/* Checks one comparison (operator 283..288, operands in written order) and turns a date
+ * text compared with STDATE/ENDATE into seconds.  0 or 3, 14..18, 43, 44, 49. */
 ZELKLOG_API uint32_t validNodes(int32_t op, QueryNode *a, QueryNode *b);
+/* Rewrites PREVTIME = value into STDATE >= now - value && ENDATE <= now, reusing both
+ * nodes; null when the value cannot be used. */
 ZELKLOG_API QueryNode *addPrevTime(QueryNode *keywordNode, QueryNode *valueNode);
+/* Replaces PRODID/ORGID/FILEID names by ids and numbers the operator nodes in post-order.
+ * 0; 26 for an unknown name; 3 for a null root; 20 for a tree of more than 199 operators. */
 ZELKLOG_API uint32_t validateShortNames(ZelkLogProductCfg **configArray, uint64_t configCount, QueryNode *root);
+/* A new zero-filled node (null when out of memory); see the parser for the arguments. */
 ZELKLOG_API QueryNode *addNewNode(int32_t kind, QueryNode *operandOrToken, QueryNode *second);
-ZELKLOG_API int isoperator(int32_t kind);
-ZELKLOG_API void removeTree(QueryNode *root);
+ZELKLOG_API int isoperator(int32_t kind);  /* 1 for 281..288, else 0 */
+ZELKLOG_API void removeTree(QueryNode *root);  /* releases a whole tree; null is ignored */
 
 #ifndef ZELKLOG_PARSER_TOKENS
-/* Scanner and parser entry points (global state; call only under the parse lock). */
+/* Scanner and parser entry points (global state: call only under the parse lock).
+ * yyparse returns 0, 1 (syntax), 2 (stack) or the code a rule ended the parse with;
+ * yyerror returns 11, 12, 13 for the lexical messages and 18 for any other and prints
+ * nothing; yysetbuffer installs a private copy of the text (1, or 0 without memory). */
 struct yy_buffer_state;
 ZELKLOG_API int yyparse(QueryParseContext *context);
 ZELKLOG_API int yylex(QueryNode *valueRecord);
@@ -409,36 +500,69 @@ ZELKLOG_API extern char *yytext;
 ZELKLOG_API extern int yyleng;
 ZELKLOG_API extern FILE *yyin;
 ZELKLOG_API extern FILE *yyout;
-ZELKLOG_API extern int yydebug;
+ZELKLOG_API extern int yydebug;   /* non-zero: the parser traces its steps on stderr */
 #endif
-ZELKLOG_API extern int errorCode;
+ZELKLOG_API extern int errorCode;  /* exported for compatibility; never written or read */
 
 /* ------------------------------------------------------------------------- */
 /* Evaluation and context titles                                             */
 /* ------------------------------------------------------------------------- */
+/* 1 when the record matches the query's tree, else 0.  A context record (kind 3) is
+ * entered into the query's context titles whether it matches or not, and matches only a
+ * filter that holds a CTXTOK test against "ALL" or "all". */
 ZELKLOG_API int IsTrueCondition(ZelkLogMsg *record, LogQuery *query);
+/* The truth (0 or 1) of one operator node whose operator children are worked out in
+ * results[] (indexed by visitMark: 0 not yet, 1 false, 2 true). */
 ZELKLOG_API int getResult(ZelkLogMsg *record, QueryNode *node, int32_t *results, uint8_t *contextAllSeen);
+/* Text equality (EQUAL/NOTEQUAL; other operators and null texts give 0). */
 ZELKLOG_API int evalString(int32_t op, const char *text, const char *constantText);
+/* Substring test (EQUAL: constantText occurs in text; NOTEQUAL: it does not). */
 ZELKLOG_API int evalStringWithStrstr(int32_t op, const char *text, const char *constantText);
+/* Enters the context of a kind-3 record (token and first title) into the query. */
 ZELKLOG_API void UpdateContextTitleLink(LogQuery *query, ZelkLogMsg *record);
+/* Fletcher-16 checksum of length bytes (0..65278); the third argument is ignored. */
 ZELKLOG_API uint32_t HashTokenID(const void *data, int32_t length, uint32_t reserved);
 
 /* ------------------------------------------------------------------------- */
-/* Configuration catalogue                                                   */
+/* Configuration catalogue (stores: see docs/configuration.md)               */
 /* ------------------------------------------------------------------------- */
+/* The id of a product (kind 263), originator (264) or file (265) name: a name that is a
+ * whole number (decimal, 0x hexadecimal, 0 octal) is that number without any lookup;
+ * an empty name gives 0; -1 for null, an unknown name or unreadable configuration. */
 ZELKLOG_API int64_t zelkLogGetIdFromName(const char *name, uint32_t kind);
+/* Lists the configured products / originators into the caller's ids (at most capacity
+ * entries; more give 4 with the first capacity ones) and sets *count.  0; 3 for null
+ * arrays or count; 6 when the product has no store; a mapped store code otherwise.
+ * The Ex form also fills names[i] with the "Names" of ids[i] (null when it has none);
+ * each string is the caller's, released with zelkLogFree. */
 ZELKLOG_API uint32_t zelkLogGetAllProducts(uint64_t *ids, uint64_t capacity, uint64_t *count);
 ZELKLOG_API uint32_t zelkLogGetAllProductsEx(uint64_t *ids, uint64_t capacity, uint64_t *count, char **names);
 ZELKLOG_API uint32_t zelkLogGetAllOriginators(uint64_t productId, uint64_t *ids, uint64_t capacity, uint64_t *count);
+/* The JVM path setting of the global store.  Get hands out a string released with
+ * zelkLogFree.  0; 3 for a null argument; 6 when the store cannot be opened; else a mapped
+ * store code (26 when nothing is stored). */
 ZELKLOG_API uint32_t zelkLogGetJVMPathSetting(char **path);
 ZELKLOG_API uint32_t zelkLogAddJVMPathSetting(const char *path);
 ZELKLOG_API uint32_t zelkLogRemoveJVMPathSetting(void);
+/* The tools resource directory ("LoggingTools" section).  0; 3 for a null or empty dir;
+ * 55 when the store denies access; 6 (set) or 1 (remove) for other store failures. */
 ZELKLOG_API uint32_t zelkLogCfgSetToolsResDir(const char *dir);
 ZELKLOG_API uint32_t zelkLogCfgRemoveToolsResDir(void);
+/* A named setting in the product's own store (adding replaces).  0; 3 for null name or
+ * value; 6 when the product has no store; else a mapped store code. */
 ZELKLOG_API uint32_t zelkLogAddNonOIDSetting(uint64_t productId, const char *name, const char *value);
 ZELKLOG_API uint32_t zelkLogRemoveNonOIDSetting(uint64_t productId, const char *name);
+/* Edits of a configuration record in memory: the originator-names text (sets
+ * ZELKLOG_CFG_OIDNAMES_SET; 3 for null, empty or 1024 bytes and longer, record unchanged)
+ * and the removal flags (bits added; 3 for a null record). */
 ZELKLOG_API uint32_t zelkLogCfgSetOIDNames(ZelkLogProductCfg *record, const char *names);
 ZELKLOG_API uint32_t zelkLogCfgRemoveSettings(ZelkLogProductCfg *record, uint32_t flags);
+/* Removals: all of a product's configuration; one originator's section ("Default" for
+ * 112); one logset's section (flat "LOGSET.<name>" when the product's store path holds
+ * ".conf", else section <name> of the store "<path>\LOGSET").  0; 3 for an invalid id or
+ * logset name; 6 when the product has no store (or the core keeps the product); 2 when
+ * the store cannot be opened; else a mapped store code.  The originator and logset
+ * removals hold the common lock, released on every return. */
 ZELKLOG_API uint32_t zelkLogRemoveProductAllCfg(uint64_t productId);
 ZELKLOG_API uint32_t zelkLogRemoveCfg(uint64_t productId, uint64_t originatorId);
 ZELKLOG_API uint32_t zelkLogRemoveLogSetCfg(uint64_t productId, const char *logset);
@@ -446,15 +570,29 @@ ZELKLOG_API uint32_t zelkLogRemoveLogSetCfg(uint64_t productId, const char *logs
 /* ------------------------------------------------------------------------- */
 /* Dates and times (formatter is an ICU UDateFormat*, text UTF-16)            */
 /* ------------------------------------------------------------------------- */
+/* Formats time (seconds; 0.0 means now) as local wall-clock time in the ICU styles
+ * timeStyle/dateStyle (0 full .. 3 short, -1 none) and locale (null: ICU's default).
+ * 0 with *formatter and *text, both released with ReleaseDateTimeFormat; 1 on failure
+ * (nothing to release; both outputs null); 3 for null outputs. */
 ZELKLOG_API uint32_t GetDateTimeFormat(int32_t timeStyle, int32_t dateStyle, double time, const char *locale,
                                        void **formatter, ZELKLOG_UCHAR **text);
 ZELKLOG_API void ReleaseDateTimeFormat(void *formatter, ZELKLOG_UCHAR *text);
+/* As GetDateTimeFormat without the formatter: 0 with *text (release with zelkLogFree),
+ * 1 on failure, 3 for a null text. */
 ZELKLOG_API uint32_t zelkLogstrftime(int32_t timeStyle, int32_t dateStyle, double time, const char *locale,
                                      ZELKLOG_UCHAR **text);
+/* Parses a local date text written in those styles into UTC seconds.  0; 1 when it does
+ * not parse; 3 for null arguments; 4 without memory. */
 ZELKLOG_API uint32_t zelkLogGetDateFromFormat(int32_t timeStyle, int32_t dateStyle, const char *locale,
                                               const char *dateText, int64_t *time);
+/* Writes "GMT", "GMT+5:30", "GMT-0:30"... into the caller's buffer of at least 18 bytes
+ * (*zoneText).  0; 1 when offset is not a multiple of 1800 s (nothing written); 3 for null
+ * pointers or offsets too large for the buffer. */
 ZELKLOG_API uint32_t OffsetToTimeZone(int64_t offset, char **zoneText);
+/* *to = now, *from = local midnight starting the day `days` days ago.  0; 3 for null
+ * pointers or negative days (nothing written). */
 ZELKLOG_API uint32_t zelkLogGetLogDates(int32_t days, int64_t *from, int64_t *to);
+/* Owned copy of a wide string (zelkLogFree), null for null or without memory. */
 ZELKLOG_API wchar_t *zelkLogSafeWcsdup(const wchar_t *text);
 
 #ifdef __cplusplus
