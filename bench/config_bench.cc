@@ -1,6 +1,6 @@
 // Catalogue operations over a global store of 1024 products (each with a store of two
 // originators), written into a temporary directory.
-#include "zelkLogCore.h"
+#include "src/core/zelkLogCore.h"
 #include "zelkLogRead.h"
 
 #include <benchmark/benchmark.h>

@@ -2,7 +2,7 @@
 // token, a who-text and four arguments (wide string, sized integer, double, narrow
 // string).  Each iteration copies the text into the raw-record buffer (decoding consumes
 // it), decodes, and releases the record.
-#include "zelkLogCore.h"
+#include "src/core/zelkLogCore.h"
 
 #include <benchmark/benchmark.h>
 

@@ -6,8 +6,8 @@
 // descriptors open after any merged-fetch call.
 //
 // The data are generated once per run into a temporary directory, removed at exit.
-#include "open_descriptors.h"
-#include "zelkLogCore.h"
+#include "tests/support/open_descriptors.h"
+#include "src/core/zelkLogCore.h"
 #include "zelkLogWriter.h"
 
 #include <benchmark/benchmark.h>

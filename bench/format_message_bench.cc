@@ -1,6 +1,6 @@
 // Formatting one record per iteration through a query's localiser list (catalogue cached),
 // and the date helpers that parse a filter's date constants.
-#include "zelkLogCore.h"
+#include "src/core/zelkLogCore.h"
 
 #include <benchmark/benchmark.h>
 

@@ -1,5 +1,5 @@
 // Raw record reading: readrecord over a large log file (page cache warm).
-#include "zelkLogCore.h"
+#include "src/core/zelkLogCore.h"
 #include "zelkLogWriter.h"
 
 #include <benchmark/benchmark.h>

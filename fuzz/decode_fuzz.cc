@@ -1,7 +1,7 @@
 // Fuzzes the message decoder: the first byte picks the record's format (including codes
 // no layout accepts), the rest is the serialized text as a raw record would hold it.
 // Every record is released afterwards, so leaks and double releases surface as well.
-#include "zelkLogCore.h"
+#include "src/core/zelkLogCore.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -10,7 +10,7 @@
 // and once handing damage out as records (-1), and every record is decoded and released.
 // Each pass then goes back to the positions it found behind its records, as a merging
 // reader does, and reads one record from each.
-#include "zelkLogCore.h"
+#include "src/core/zelkLogCore.h"
 
 #include <xxhash.h>
 

@@ -5,7 +5,7 @@
 // a resolved tree has its dates shifted and is evaluated against one fixed record of
 // every kind.  The tree, the context titles and the localisers the evaluation kept are
 // then released, so leaks of partly built or partly resolved trees surface as well.
-#include "zelkLogCore.h"
+#include "src/core/zelkLogCore.h"
 
 #include <cstddef>
 #include <cstdint>

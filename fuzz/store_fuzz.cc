@@ -3,7 +3,7 @@
 // get properties), changed (sets, creations and removals, with names and values taken
 // from the input, which must read back unchanged) and read again.  The
 // same file also serves as the global store for the configuration reader.
-#include "zelkLogCore.h"
+#include "src/core/zelkLogCore.h"
 #include "zelkLogPropertyStore.h"
 
 #include <algorithm>

@@ -4,7 +4,7 @@
 // The handle reads ahead into its own buffer; `readerState` counts the bytes taken from
 // the descriptor beyond the handle's logical position.  The logical position is therefore
 // the descriptor's position minus that count, and a seek drops the read-ahead.
-#include "zelkLogCore.h"
+#include "src/core/zelkLogCore.h"
 
 #include <sys/types.h>
 #include <unistd.h>

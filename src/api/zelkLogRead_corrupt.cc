@@ -4,8 +4,8 @@
 // Each file is read through a scratch copy of its entry with a handle of its own, so a
 // query whose files are already open (or partly fetched) keeps its descriptors and read
 // positions untouched, and nothing is left open by the report.
-#include "zelkLogCore.h"
-#include "api/log_path.h"
+#include "src/core/zelkLogCore.h"
+#include "src/api/log_path.h"
 
 #include <cstdio>
 #include <cstdlib>

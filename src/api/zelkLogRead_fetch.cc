@@ -1,5 +1,5 @@
 // The plain fetch: the query's files one after the other, in list order.
-#include "zelkLogCore.h"
+#include "src/core/zelkLogCore.h"
 
 extern "C" {
 

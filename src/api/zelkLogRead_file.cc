@@ -1,6 +1,6 @@
 // Opening, reading and dropping the query's current log file.
-#include "zelkLogCore.h"
-#include "api/log_path.h"
+#include "src/core/zelkLogCore.h"
+#include "src/api/log_path.h"
 
 extern "C" {
 

@@ -1,6 +1,6 @@
 // The formatted fetch: the next record in time order, formatted by the logging core in
 // a chosen locale and released, handed out as text.
-#include "zelkLogCore.h"
+#include "src/core/zelkLogCore.h"
 
 #include <unicode/uloc.h>
 

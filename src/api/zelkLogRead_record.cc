@@ -1,6 +1,6 @@
 // One step of every fetch: read, decode and test the next record of the current file.
-#include "zelkLogCore.h"
-#include "api/log_path.h"
+#include "src/core/zelkLogCore.h"
+#include "src/api/log_path.h"
 
 #include <cstring>
 

@@ -3,8 +3,8 @@
 // earliest of them.  Files that do not win are closed with their position saved, so
 // only one descriptor stays open whatever the number of files, and nothing is
 // allocated per call: the record handed out is the winning entry's own slot.
-#include "zelkLogCore.h"
-#include "api/log_path.h"
+#include "src/core/zelkLogCore.h"
+#include "src/api/log_path.h"
 
 #include <cstdio>
 

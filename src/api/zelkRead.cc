@@ -1,6 +1,6 @@
 // Creation and destruction of a query: the filter is parsed and checked against the
 // product configuration, and the logging core lists the log files to read.
-#include "zelkLogCore.h"
+#include "src/core/zelkLogCore.h"
 
 #include <cstring>
 

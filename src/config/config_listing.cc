@@ -4,8 +4,8 @@
 // are delivered (count = capacity) and the result is ZELKLOG_RC_NO_MEMORY: the caller's
 // array was too small.  zelkLogGetAllProductsEx uses the paired layout: names[i]
 // belongs to ids[i] and is null when the product has no readable "Names".
-#include "config/config_store_names.h"
-#include "zelkLogCore.h"
+#include "src/config/config_store_names.h"
+#include "src/core/zelkLogCore.h"
 
 #include <cstdlib>
 #include <cstring>

@@ -1,7 +1,7 @@
 // zelkLogGetIdFromName: a numeric name is its own id; any other name is looked up in
 // the configuration records of all products.
-#include "config/config_store_names.h"
-#include "zelkLogCore.h"
+#include "src/config/config_store_names.h"
+#include "src/core/zelkLogCore.h"
 
 #include <cstdlib>
 

@@ -1,5 +1,5 @@
 // Edits of a product configuration record in memory; nothing is written to a store.
-#include "zelkLogCore.h"
+#include "src/core/zelkLogCore.h"
 
 #include <cstring>
 

@@ -2,8 +2,8 @@
 // section.  The originator and logset removals hold the common lock from before the
 // path lookup until the store is closed and the path released; every return after the
 // lock was taken passes through its release.
-#include "config/config_store_names.h"
-#include "zelkLogCore.h"
+#include "src/config/config_store_names.h"
+#include "src/core/zelkLogCore.h"
 
 #include <cinttypes>
 #include <cstdio>

@@ -1,8 +1,8 @@
 // Settings kept in the stores: the JVM path and the tools resource directory (global
 // store) and a product's non-OID settings (the product's own store).  None of these
 // takes the common lock: the store serialises its writers itself.
-#include "config/config_store_names.h"
-#include "zelkLogCore.h"
+#include "src/config/config_store_names.h"
+#include "src/core/zelkLogCore.h"
 
 namespace {
 

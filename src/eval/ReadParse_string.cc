@@ -5,7 +5,7 @@
 // the node is not worked out, 1 when it is false and 2 when it is true.  Every operator
 // node is worked out exactly once per record: no branch is skipped, so a context-token
 // test anywhere in the tree is always seen.
-#include "zelkLogCore.h"
+#include "src/core/zelkLogCore.h"
 
 #include <cstring>
 

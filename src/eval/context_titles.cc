@@ -1,7 +1,7 @@
 // The query's table of context titles: every context record (kind 3) met while fetching
 // leaves its token and formatted text here, so that formatting can show a context's
 // title for records that carry only its token.  The first title of a context stays.
-#include "zelkLogCore.h"
+#include "src/core/zelkLogCore.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 // Argument lists: the message id, then tagged arguments up to ")".
-#include "message/argument_list.h"
+#include "src/message/argument_list.h"
 
-#include "message/number_rules.h"
-#include "zelkLogCore.h"
+#include "src/message/number_rules.h"
+#include "src/core/zelkLogCore.h"
 
 #include <cstring>
 

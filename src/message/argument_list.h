@@ -3,7 +3,7 @@
 #ifndef ZELKLOG_MESSAGE_ARGUMENT_LIST_H
 #define ZELKLOG_MESSAGE_ARGUMENT_LIST_H
 
-#include "message/text_cursor.h"
+#include "src/message/text_cursor.h"
 #include "zelkLogRead.h"
 
 #include <cstdint>

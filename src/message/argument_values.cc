@@ -1,10 +1,10 @@
 // The tagged arguments of an argument list: counted strings, typed numbers and nested
 // lists.
-#include "message/argument_list.h"
+#include "src/message/argument_list.h"
 
-#include "message/field_readers.h"
-#include "message/number_rules.h"
-#include "zelkLogCore.h"
+#include "src/message/field_readers.h"
+#include "src/message/number_rules.h"
+#include "src/core/zelkLogCore.h"
 
 #include <cstring>
 

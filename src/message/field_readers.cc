@@ -1,8 +1,8 @@
 // Comma fields, string fields and counted fields.
-#include "message/field_readers.h"
+#include "src/message/field_readers.h"
 
-#include "message/number_rules.h"
-#include "zelkLogCore.h"
+#include "src/message/number_rules.h"
+#include "src/core/zelkLogCore.h"
 
 #include <cstdlib>
 #include <cstring>

@@ -4,7 +4,7 @@
 #ifndef ZELKLOG_MESSAGE_FIELD_READERS_H
 #define ZELKLOG_MESSAGE_FIELD_READERS_H
 
-#include "message/text_cursor.h"
+#include "src/message/text_cursor.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,7 @@
 // Number syntaxes.  Plain digit strings, the usual case, go through std::from_chars;
 // anything else (space, sign) takes the C library conversion so that its acceptance
 // rules apply unchanged.  On overflow both saturate like the C library does.
-#include "message/number_rules.h"
+#include "src/message/number_rules.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,10 +1,10 @@
 // zelkLogMsgUnserialize: rebuilds a message record from the serialized text of one raw
 // log record.  The layout (which head fields the text carries, whether kind 2 carries a
 // who-text) follows from the record's format code; the tail from the message kind.
-#include "message/argument_list.h"
-#include "message/field_readers.h"
-#include "message/text_cursor.h"
-#include "zelkLogCore.h"
+#include "src/message/argument_list.h"
+#include "src/message/field_readers.h"
+#include "src/message/text_cursor.h"
+#include "src/core/zelkLogCore.h"
 
 #include <cstring>
 

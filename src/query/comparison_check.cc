@@ -1,6 +1,6 @@
 // The admissibility check of one comparison: which operators and operand kinds each
 // record field takes.  Date texts compared with the start or end date become times.
-#include "zelkLogCore.h"
+#include "src/core/zelkLogCore.h"
 
 namespace {
 

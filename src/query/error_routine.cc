@@ -1,6 +1,6 @@
 // The error routine of the scanner and the parser: it turns a message into a result
 // code and prints nothing.  The last message is kept for diagnostics.
-#include "query_internal.h"
+#include "src/query/query_internal.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,7 +1,7 @@
 // parseQueryString: one parse of a filter text into a query tree, under the process-wide
 // parse lock (the scanner and the parser are single global instances).
-#include "query_internal.h"
-#include "zelkLogCore.h"
+#include "src/query/query_internal.h"
+#include "src/core/zelkLogCore.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // PREVTIME = x: the comparison becomes the range from x seconds ago up to now,
 // AND(GREATEREQ(STDATE, now - x), LESSEQ(ENDATE, now)).
-#include "query_internal.h"
-#include "zelkLogCore.h"
+#include "src/query/query_internal.h"
+#include "src/core/zelkLogCore.h"
 
 #include <ctime>
 

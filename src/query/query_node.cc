@@ -1,7 +1,7 @@
 // Query tree nodes: creation, classification and the release of a whole tree.
-#include "node_stack.h"
-#include "query_internal.h"
-#include "zelkLogCore.h"
+#include "src/query/node_stack.h"
+#include "src/query/query_internal.h"
+#include "src/core/zelkLogCore.h"
 
 #include <cstring>
 

@@ -1,7 +1,7 @@
 // The scanner's input source: a private copy of the query text, handed to the scanner
 // piece by piece.  One instance for the library, used under the parse lock only.
-#include "query_internal.h"
-#include "zelkLogCore.h"
+#include "src/query/query_internal.h"
+#include "src/core/zelkLogCore.h"
 
 #include <cstring>
 

@@ -1,8 +1,8 @@
 // Name resolution: product, originator and file names written as texts become the
 // identifiers that log records carry, and every operator node gets its post-order number.
-#include "node_stack.h"
-#include "query_internal.h"
-#include "zelkLogCore.h"
+#include "src/query/node_stack.h"
+#include "src/query/query_internal.h"
+#include "src/core/zelkLogCore.h"
 
 namespace {
 

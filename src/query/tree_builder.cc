@@ -1,9 +1,9 @@
 // Tree building for the grammar's actions: leaves, checked comparisons, BETWEEN ranges,
 // and the count of operator nodes that bounds a tree.
-#include "tree_builder.h"
+#include "src/query/tree_builder.h"
 
-#include "query_internal.h"
-#include "zelkLogCore.h"
+#include "src/query/query_internal.h"
+#include "src/core/zelkLogCore.h"
 
 #include <utility>
 

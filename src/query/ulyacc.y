@@ -11,12 +11,12 @@
 }
 
 %code requires {
-#include "query/parser_glue.h"
+#include "src/query/parser_glue.h"
 }
 
 %code {
-#include "query/query_internal.h"
-#include "query/tree_builder.h"
+#include "src/query/query_internal.h"
+#include "src/query/tree_builder.h"
 
 #include <cstring>
 

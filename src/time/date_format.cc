@@ -3,7 +3,7 @@
 // Every formatter works in the zone "GMT": local wall-clock time is shown by shifting
 // the instant by the local offset before formatting, and a parsed instant is shifted
 // back afterwards, so the formatter itself never applies a zone rule.
-#include "zelkLogCore.h"
+#include "src/core/zelkLogCore.h"
 
 #include <unicode/ucal.h>
 #include <unicode/udat.h>

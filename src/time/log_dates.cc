@@ -1,5 +1,5 @@
 // The time range of the last N days: from the local midnight N days back to now.
-#include "zelkLogCore.h"
+#include "src/core/zelkLogCore.h"
 
 #include <ctime>
 

@@ -1,7 +1,7 @@
-#include "config_fixture.h"
+#include "tests/support/config_fixture.h"
 
 #include "zelkLogConfigLayout.h"
-#include "zelkLogCore.h"
+#include "src/core/zelkLogCore.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // Test fixture: records built from a few fields and log files written with the real writer.
-#include "log_fixture.h"
+#include "tests/support/log_fixture.h"
 
 #include <gtest/gtest.h>
 

@@ -4,7 +4,7 @@
 #ifndef ZELKLOG_TEST_LOG_FIXTURE_H
 #define ZELKLOG_TEST_LOG_FIXTURE_H
 
-#include "open_descriptors.h"
+#include "tests/support/open_descriptors.h"
 #include "zelkLogRead.h"
 #include "zelkLogWriter.h"
 

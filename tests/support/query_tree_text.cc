@@ -1,4 +1,4 @@
-#include "query_tree_text.h"
+#include "tests/support/query_tree_text.h"
 
 namespace zelk::test {
 

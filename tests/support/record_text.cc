@@ -1,5 +1,5 @@
 // Text rendering of decoded records for test expectations.
-#include "record_text.h"
+#include "tests/support/record_text.h"
 
 #include <cstdio>
 #include <type_traits>

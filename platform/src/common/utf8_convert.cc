@@ -1,0 +1,85 @@
+// Conversions of UTF-8 text into owned NUL-terminated strings: a validated UTF-8 copy
+// (utf82mbs) and a UTF-32 wide string (utf82wcs).  Validation is strict and covers
+// exactly `length` bytes: overlong forms, surrogates, code points above U+10FFFF,
+// stray or missing trail bytes are refused with ZELKLOG_RC_INVALID_UTF8.  U+0000 is
+// refused as well, since a NUL-terminated result could not carry it.
+#include "src/core/zelkLogCore.h"
+
+#include <unicode/utf8.h>
+
+#include <cstring>
+
+namespace {
+
+// Walks the text with ICU's checked UTF-8 iteration.  Returns false on any ill-formed
+// sequence or U+0000; otherwise stores the number of code points.
+bool validateUtf8(const uint8_t *text, int64_t length, size_t *codePoints)
+{
+    size_t count = 0;
+    int64_t index = 0;
+    while (index < length) {
+        // ASCII runs are by far the most common: take them without the macro.
+        if (text[index] < 0x80) {
+            if (text[index] == 0)
+                return false;
+            ++index;
+            ++count;
+            continue;
+        }
+        UChar32 c;
+        U8_NEXT(text, index, length, c);
+        if (c < 0)
+            return false;
+        ++count;
+    }
+    *codePoints = count;
+    return true;
+}
+
+}  // namespace
+
+extern "C" {
+
+ZELKLOG_API uint32_t utf82mbs(const char *utf8, size_t length, char **out)
+{
+    if (out == nullptr || (utf8 == nullptr && length != 0) || length > INT64_MAX - 1)
+        return ZELKLOG_RC_BAD_ARGUMENT;
+    size_t codePoints = 0;
+    if (!validateUtf8(reinterpret_cast<const uint8_t *>(utf8), static_cast<int64_t>(length), &codePoints))
+        return ZELKLOG_RC_INVALID_UTF8;
+    char *copy = static_cast<char *>(zelkLogMalloc(length + 1));
+    if (copy == nullptr)
+        return ZELKLOG_RC_NO_MEMORY;
+    if (length != 0)
+        std::memcpy(copy, utf8, length);
+    copy[length] = '\0';
+    *out = copy;
+    return ZELKLOG_RC_OK;
+}
+
+ZELKLOG_API uint32_t utf82wcs(const char *utf8, size_t length, wchar_t **out)
+{
+    static_assert(sizeof(wchar_t) == 4, "wide strings hold UTF-32");
+    if (out == nullptr || (utf8 == nullptr && length != 0) || length > INT64_MAX / sizeof(wchar_t) - 1)
+        return ZELKLOG_RC_BAD_ARGUMENT;
+    const auto *text = reinterpret_cast<const uint8_t *>(utf8);
+    const auto bytes = static_cast<int64_t>(length);
+    size_t codePoints = 0;
+    if (!validateUtf8(text, bytes, &codePoints))
+        return ZELKLOG_RC_INVALID_UTF8;
+    auto *wide = static_cast<wchar_t *>(zelkLogMalloc((codePoints + 1) * sizeof(wchar_t)));
+    if (wide == nullptr)
+        return ZELKLOG_RC_NO_MEMORY;
+    size_t written = 0;
+    int64_t index = 0;
+    while (index < bytes) {
+        UChar32 c;
+        U8_NEXT_UNSAFE(text, index, c);  // validated above
+        wide[written++] = static_cast<wchar_t>(c);
+    }
+    wide[written] = L'\0';
+    *out = wide;
+    return ZELKLOG_RC_OK;
+}
+
+}  // extern "C"

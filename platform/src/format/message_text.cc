@@ -1,0 +1,204 @@
+// Message texts: ICU MessageFormat over the typed arguments of a record.
+//
+// Unknown identifiers are shown as "#<id> (<arg>, <arg>)"; a nested argument list is
+// formatted as a message of its own where a catalogue knows it, and otherwise shown
+// in brackets, "[#<id> (<arg>)]".  Arguments shown without a catalogue text are
+// written plainly (decimal numbers without grouping), so that they read the same in
+// every locale.
+#include "platform/src/format/message_text.h"
+
+#include <unicode/fmtable.h>
+#include <unicode/fieldpos.h>
+
+#include <charconv>
+#include <climits>
+#include <cwchar>
+#include <vector>
+
+namespace zelk::core {
+
+namespace {
+
+// Deeper nesting is shown as "[...]" (the decoder already bounds it; this guards the stack).
+constexpr int kMaxDepth = 16;
+
+icu::UnicodeString fromWide(const wchar_t *text, size_t length)
+{
+    if (text == nullptr)
+        return icu::UnicodeString();
+    static_assert(sizeof(wchar_t) == sizeof(UChar32), "wide strings hold UTF-32");
+    if (length > static_cast<size_t>(INT32_MAX))
+        length = INT32_MAX;
+    return icu::UnicodeString::fromUTF32(reinterpret_cast<const UChar32 *>(text), static_cast<int32_t>(length));
+}
+
+template <typename Number>
+icu::UnicodeString decimal(Number value)
+{
+    char digits[32];
+    auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
+    return icu::UnicodeString(digits, static_cast<int32_t>(end - digits), icu::UnicodeString::kInvariant);
+}
+
+icu::UnicodeString realNumber(double value)
+{
+    char digits[64];
+    auto result = std::to_chars(digits, digits + sizeof digits, value);
+    if (result.ec != std::errc())
+        return icu::UnicodeString(u"?");
+    return icu::UnicodeString(digits, static_cast<int32_t>(result.ptr - digits), icu::UnicodeString::kInvariant);
+}
+
+void appendList(ZelkLogMsgArgList const &list, uint64_t productId, int depth, ZelkLogLocalizerList &localizers,
+                Localizer &localizer, icu::UnicodeString &out);
+
+// The text of a nested list: its message where known, otherwise in brackets.
+icu::UnicodeString nestedText(const ZelkLogMsgArgList *nested, uint64_t productId, int depth,
+                              ZelkLogLocalizerList &localizers, Localizer &localizer)
+{
+    icu::UnicodeString text;
+    if (nested == nullptr)
+        return icu::UnicodeString(u"[]");
+    if (depth >= kMaxDepth)
+        return icu::UnicodeString(u"[...]");
+    if (nested->msgId != 0 && messageFormatFor(localizers, localizer, productId, nested->msgId) != nullptr) {
+        appendList(*nested, productId, depth + 1, localizers, localizer, text);
+        return text;
+    }
+    text += u'[';
+    appendList(*nested, productId, depth + 1, localizers, localizer, text);
+    text += u']';
+    return text;
+}
+
+// An argument as plain text, for messages without a catalogue text.
+icu::UnicodeString plainText(const ZelkLogMsgArg &arg, uint64_t productId, int depth,
+                             ZelkLogLocalizerList &localizers, Localizer &localizer)
+{
+    switch (arg.type) {
+    case ZELKLOG_ARG_WCHAR: return fromWide(&arg.value.wideChar, 1);
+    case ZELKLOG_ARG_INT:
+    case ZELKLOG_ARG_DINT: return decimal(arg.value.sizedInt.value);
+    case ZELKLOG_ARG_UINT: return decimal(arg.value.sizedUInt.value);
+    case ZELKLOG_ARG_DOUBLE: return realNumber(arg.value.real);
+    case ZELKLOG_ARG_UINT64: return decimal(arg.value.uint64);
+    case ZELKLOG_ARG_INT64: return decimal(arg.value.int64);
+    case ZELKLOG_ARG_WSTRING:
+        return arg.value.wideString == nullptr ? icu::UnicodeString()
+                                               : fromWide(arg.value.wideString, std::wcslen(arg.value.wideString));
+    case ZELKLOG_ARG_LIST: return nestedText(arg.value.list, productId, depth, localizers, localizer);
+    case ZELKLOG_ARG_XSTRING:
+    case ZELKLOG_ARG_STRING: return fromBytes(arg.value.string);
+    default: return icu::UnicodeString(u"?");
+    }
+}
+
+icu::Formattable unsignedValue(uint64_t value)
+{
+    if (value <= static_cast<uint64_t>(INT64_MAX))
+        return icu::Formattable(static_cast<int64_t>(value));
+    char digits[24];
+    auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
+    UErrorCode status = U_ZERO_ERROR;
+    icu::Formattable number(icu::StringPiece(digits, static_cast<int32_t>(end - digits)), status);
+    if (U_FAILURE(status))
+        return icu::Formattable(static_cast<double>(value));
+    return number;
+}
+
+// An argument as a MessageFormat value: numbers stay numbers so that patterns can
+// format them ({0,number}, {0,date}, plural and select forms).
+icu::Formattable formattable(const ZelkLogMsgArg &arg, uint64_t productId, int depth,
+                             ZelkLogLocalizerList &localizers, Localizer &localizer)
+{
+    switch (arg.type) {
+    case ZELKLOG_ARG_INT:
+    case ZELKLOG_ARG_DINT: return icu::Formattable(static_cast<int64_t>(arg.value.sizedInt.value));
+    case ZELKLOG_ARG_UINT: return unsignedValue(arg.value.sizedUInt.value);
+    case ZELKLOG_ARG_DOUBLE: return icu::Formattable(arg.value.real);
+    case ZELKLOG_ARG_UINT64: return unsignedValue(arg.value.uint64);
+    case ZELKLOG_ARG_INT64: return icu::Formattable(static_cast<int64_t>(arg.value.int64));
+    default: return icu::Formattable(plainText(arg, productId, depth, localizers, localizer));
+    }
+}
+
+void appendPlainArguments(ZelkLogMsgArg *const *args, uint64_t productId, int depth,
+                          ZelkLogLocalizerList &localizers, Localizer &localizer, icu::UnicodeString &out)
+{
+    bool first = true;
+    for (ZelkLogMsgArg *const *slot = args; slot != nullptr && *slot != nullptr; ++slot) {
+        if (!first)
+            out += u", ";
+        first = false;
+        out += plainText(**slot, productId, depth, localizers, localizer);
+    }
+}
+
+bool hasArguments(const ZelkLogMsgArgList &list)
+{
+    return list.args != nullptr && list.args[0] != nullptr;
+}
+
+// Appends the message of `list`: the catalogue text with the arguments, or the
+// identifier (when not 0) and the arguments in parentheses.
+void appendList(ZelkLogMsgArgList const &list, uint64_t productId, int depth, ZelkLogLocalizerList &localizers,
+                Localizer &localizer, icu::UnicodeString &out)
+{
+    if (list.msgId != 0) {
+        if (icu::MessageFormat *format = messageFormatFor(localizers, localizer, productId, list.msgId)) {
+            std::vector<icu::Formattable> values;
+            for (ZelkLogMsgArg *const *slot = list.args; slot != nullptr && *slot != nullptr; ++slot)
+                values.push_back(formattable(**slot, productId, depth, localizers, localizer));
+            icu::UnicodeString text;
+            icu::FieldPosition ignored;
+            UErrorCode status = U_ZERO_ERROR;
+            format->format(values.data(), static_cast<int32_t>(values.size()), text, ignored, status);
+            if (U_SUCCESS(status)) {
+                out += text;
+                return;
+            }
+        }
+        out += u'#';
+        out += decimal(list.msgId);
+        if (!hasArguments(list))
+            return;
+        out += u" (";
+        appendPlainArguments(list.args, productId, depth, localizers, localizer, out);
+        out += u')';
+        return;
+    }
+    appendPlainArguments(list.args, productId, depth, localizers, localizer, out);
+}
+
+}  // namespace
+
+icu::UnicodeString fromBytes(const char *text)
+{
+    return text == nullptr ? icu::UnicodeString() : icu::UnicodeString::fromUTF8(icu::StringPiece(text));
+}
+
+void appendMessageText(ZelkLogLocalizerList &list, Localizer &localizer, const ZelkLogMsg &record,
+                       icu::UnicodeString &out)
+{
+    if (record.args.msgId != 0) {
+        appendList(record.args, record.productId, 0, list, localizer, out);
+        return;
+    }
+    // Without an identifier the record's own text is the message: a context record's
+    // text, or the free text that other records may carry; arguments follow in parentheses.
+    const char *own = record.kind == ZELKLOG_MSG_CTX ? record.kindData.first.contextText : record.auxText;
+    const bool haveText = own != nullptr && *own != '\0';
+    if (haveText)
+        out += fromBytes(own);
+    if (!hasArguments(record.args))
+        return;
+    if (haveText) {
+        out += u" (";
+        appendList(record.args, record.productId, 0, list, localizer, out);
+        out += u')';
+    } else {
+        appendList(record.args, record.productId, 0, list, localizer, out);
+    }
+}
+
+}  // namespace zelk::core

@@ -1,0 +1,21 @@
+// The message text of a record: its catalogue text filled with its arguments, or, for an
+// identifier that no catalogue knows, the identifier and the arguments.
+#ifndef ZELKLOG_PLATFORM_MESSAGE_TEXT_H
+#define ZELKLOG_PLATFORM_MESSAGE_TEXT_H
+
+#include "platform/src/format/localizer_list.h"
+
+#include <unicode/unistr.h>
+
+namespace zelk::core {
+
+// Appends the message text of `record` to `out`.  Throws std::bad_alloc only.
+void appendMessageText(ZelkLogLocalizerList &list, Localizer &localizer, const ZelkLogMsg &record,
+                       icu::UnicodeString &out);
+
+// Text of a UTF-8 (or arbitrary byte) string; ill-formed bytes become U+FFFD.
+icu::UnicodeString fromBytes(const char *text);
+
+}  // namespace zelk::core
+
+#endif

@@ -1,0 +1,52 @@
+// The reader's bookkeeping inside LogOsFile::area: a read-ahead buffer and where it is.
+// The handle's readerState always equals the number of buffered, unread bytes; when the
+// two disagree (zelkLogOs_seek sets readerState to 0), the buffer is dropped.
+#ifndef ZELKLOG_PLATFORM_READ_STATE_H
+#define ZELKLOG_PLATFORM_READ_STATE_H
+
+#include "src/core/zelkLogCore.h"
+
+#include <cstdint>
+#include <cstring>
+
+namespace zelk::core::logfile {
+
+struct ReadState {
+    uint32_t magic;     // kReadStateMagic when the fields below are valid
+    uint32_t flags;     // kReportCorrupt
+    uint32_t begin;     // first unread byte in the data area
+    uint32_t end;       // end of the bytes read into the data area
+    int64_t endOffset;  // file offset of data[end]; -1 unknown
+    uint32_t chunk;     // bytes asked of the next read: small after a move, then growing
+    uint32_t reserved;
+};
+
+inline constexpr uint32_t kReadStateMagic = 0x5a52534bu;
+// Set from a negative readerState: damaged stretches of the file are handed out as
+// records (for the corrupt-record report) instead of being skipped.
+inline constexpr uint32_t kReportCorrupt = 1u;
+// First read after opening or moving: a reader that merges files reopens them at a saved
+// position for one record or a few, so it does not pay for a whole buffer each time.
+inline constexpr uint32_t kFirstChunk = 4096;
+inline constexpr size_t kStateSize = sizeof(ReadState);
+inline constexpr size_t kDataCapacity = sizeof(LogOsFile::area) - kStateSize;
+
+// The area of a handle is plain bytes at an odd alignment: copy the state in and out.
+inline ReadState loadState(const LogOsFile *file)
+{
+    ReadState state;
+    std::memcpy(&state, file->area, sizeof state);
+    return state;
+}
+inline void storeState(LogOsFile *file, const ReadState &state)
+{
+    std::memcpy(file->area, &state, sizeof state);
+}
+inline ReadState freshState()
+{
+    return ReadState{kReadStateMagic, 0, 0, 0, -1, kFirstChunk, 0};
+}
+
+}  // namespace zelk::core::logfile
+
+#endif

@@ -1,0 +1,74 @@
+// Logging-core services behind message records: UTF-8 conversions, argument lists and
+// the release of hand-built records (decoded records are released by the decoder tests).
+#include "src/core/zelkLogCore.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+namespace {
+
+TEST(Utf8Conversion, MultibyteAndWide)
+{
+    const struct { std::string bytes; std::wstring wide; } valid[] = {
+        {"", L""}, {"\xC3\xA9t\xE2\x82\xAC", L"\u00e9t\u20ac"}, {"\xF4\x8F\xBF\xBF", L"\U0010FFFF"},
+    };
+    const std::string invalid[] = {
+        "\xC0\xAF", "\xF0\x80\x80\xAF", "a\xED\xBF\xBF", "\xF4\x90\x80\x80",  // overlong, surrogate, too large
+        "ab\xE2\x82", "\x80", std::string("a\0b", 3),
+    };
+    for (const auto &c : valid) {
+        char *narrow = nullptr;
+        wchar_t *wide = nullptr;
+        ASSERT_EQ(utf82mbs(c.bytes.data(), c.bytes.size(), &narrow), 0u) << c.bytes;
+        ASSERT_EQ(utf82wcs(c.bytes.data(), c.bytes.size(), &wide), 0u) << c.bytes;
+        EXPECT_EQ(std::string(narrow), c.bytes);
+        EXPECT_EQ(std::wstring(wide), c.wide);
+        zelkLogFree(narrow);
+        zelkLogFree(wide);
+    }
+    for (const std::string &bytes : invalid) {
+        char *narrow = nullptr;
+        wchar_t *wide = nullptr;
+        EXPECT_EQ(utf82mbs(bytes.data(), bytes.size(), &narrow), ZELKLOG_RC_INVALID_UTF8) << bytes;
+        EXPECT_EQ(utf82wcs(bytes.data(), bytes.size(), &wide), ZELKLOG_RC_INVALID_UTF8) << bytes;
+        EXPECT_EQ(narrow, nullptr);
+        EXPECT_EQ(wide, nullptr);
+    }
+    // The bytes beyond the length are neither validated nor copied.
+    char *narrow = nullptr;
+    ASSERT_EQ(utf82mbs("ab\xE2\x82\xAC\xFF", 5, &narrow), 0u);
+    EXPECT_STREQ(narrow, "ab\xE2\x82\xAC");
+    zelkLogFree(narrow);
+    EXPECT_EQ(utf82mbs(nullptr, 1, &narrow), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(utf82wcs("a", 1, nullptr), ZELKLOG_RC_BAD_ARGUMENT);
+}
+
+// Each kind owns only its own strings: a level in the shared slot is no pointer.  The
+// record is cleared, so a second release finds nothing.
+TEST(FreeMessage, ReleasesPerKindAndClears)
+{
+    zelkLogFreeMsg(nullptr);
+    static const ZelkLogMsg zero{};
+    for (uint32_t kind : {0u, 3u, 4u, 5u}) {
+        ZelkLogMsg record{};
+        record.kind = kind;
+        record.contextToken = zelkLogSafeStrdup("token");
+        if (kind == 0)
+            record.kindData.first.level = 0x7FFF1234, record.kindData.second.who = zelkLogSafeStrdup("who");
+        if (kind == 3)
+            record.kindData.first.contextText = zelkLogSafeStrdup("title");
+        if (kind == 4)
+            record.kindData.second.subject = zelkLogSafeStrdup("subject");
+        zelkLogFreeMsg(&record);
+        EXPECT_EQ(std::memcmp(&record, &zero, sizeof record), 0) << kind;
+        zelkLogFreeMsg(&record);
+    }
+    ZelkLogMsgArg arg{};
+    ZelkLogMsgArgList list{};
+    EXPECT_EQ(zelkLisAddArg(&list, nullptr), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(zelkLisAddArg(nullptr, &arg), ZELKLOG_RC_BAD_ARGUMENT);
+}
+
+}  // namespace

@@ -1,0 +1,175 @@
+// Finding log files: GetLogFiles, logset file names, and the time-zone shift of a query.
+#include "tests/support/log_fixture.h"
+#include "src/core/zelkLogCore.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <string>
+#include <vector>
+
+using zelk::test::TempDir;
+using zelk::test::writeTexts;
+
+namespace {
+
+// Product configuration records as the configuration reader hands them out; only the
+// log directory matters to GetLogFiles.
+struct Products {
+    std::vector<ZelkLogProductCfg> records;
+    std::vector<ZelkLogProductCfg *> pointers;
+    explicit Products(const std::vector<std::string> &directories) : records(directories.size())
+    {
+        for (size_t i = 0; i < directories.size(); ++i) {
+            std::memset(&records[i], 0, sizeof records[i]);
+            // A path of the field's whole size stays unterminated, as a record may hold it.
+            std::memcpy(records[i].logDirectory, directories[i].data(),
+                        std::min(directories[i].size(), sizeof records[i].logDirectory));
+            pointers.push_back(&records[i]);
+        }
+    }
+};
+
+// The listed files as "<directory><name> <format in hex>", and GetLogFiles' code.
+std::vector<std::string> listFiles(const std::vector<std::string> &directories, uint32_t *code)
+{
+    Products products(directories);
+    LogQuery query;
+    std::memset(&query, 0, sizeof query);
+    *code = GetLogFiles(products.pointers.data(), products.pointers.size(), &query);
+    std::vector<std::string> listed;
+    for (LogFileEntry *entry = query.currentFile; entry != nullptr;) {
+        EXPECT_EQ(entry->file.fd, -1) << "listed, not opened";
+        char format[20];
+        std::snprintf(format, sizeof format, " %llx", static_cast<unsigned long long>(entry->format));
+        listed.push_back(std::string(entry->logDirectory) + entry->fileName + format);
+        LogFileEntry *next = entry->next;
+        zelkLogFree(entry);
+        entry = next;
+    }
+    return listed;
+}
+
+TEST(GetLogFiles, OldestFirstAcrossDirectoriesSkippingWhatIsNoLogFile)
+{
+    TempDir one;
+    TempDir two;
+    const struct { TempDir *dir; const char *name; int64_t modified; uint64_t format; } files[] = {
+        {&one, "c.log", 300, ZELKLOG_FORMAT_10006}, {&one, "b.log", 100, ZELKLOG_FORMAT_10004},
+        {&two, "a.log", 100, ZELKLOG_FORMAT_10008}, {&two, "d.log", 200, ZELKLOG_FORMAT_10005},
+        {&one, "a.log", 100, ZELKLOG_FORMAT_10007},
+    };
+    for (const auto &f : files) {
+        ASSERT_NE(writeTexts(f.dir->file(f.name), {"r"}, f.format), "");
+        zelk::test::setModificationTime(f.dir->file(f.name), f.modified);
+    }
+    // Not log files: a text file, a hidden log file, a directory, a header cut short.
+    std::ofstream(one.file("plain.txt")) << std::string(1000, 'p');
+    zelk::test::LogFile(one.file("short.log"), ZELKLOG_FORMAT_10006).close();
+    EXPECT_EQ(truncate(one.file("short.log").c_str(), 100), 0);
+    writeTexts(one.file(".hidden.log"), {"r"});
+    mkdir(two.file("sub").c_str(), 0700);
+
+    std::string oneNoSlash = one.path().substr(0, one.path().size() - 1);
+    uint32_t code = 99;
+    // The first directory is named twice (once without its "/"); a missing one is skipped.
+    // By modification time, then name, then the order of the directories.
+    EXPECT_EQ(listFiles({oneNoSlash, two.file("missing/"), two.path(), one.path()}, &code),
+              (std::vector<std::string>{one.file("a.log 10007"), two.file("a.log 10008"), one.file("b.log 10004"),
+                                        two.file("d.log 10005"), one.file("c.log 10006")}));
+    EXPECT_EQ(code, 0u);
+}
+
+TEST(GetLogFiles, NoFilesIsAnEmptyListAndBadArgumentsAreRefused)
+{
+    TempDir empty;
+    uint32_t code = 99;
+    EXPECT_TRUE(listFiles({empty.path(), "", "/nonexistent/zelklog/"}, &code).empty());
+    EXPECT_EQ(code, 0u);
+    // A log directory filling the record's whole 1024-byte field: with its "/" it fits
+    // no entry, so its files are not listed (nor written past the entry's field).
+    std::string deep = empty.path();
+    while (deep.size() + 100 < sizeof(ZelkLogProductCfg::logDirectory)) {
+        deep += std::string(99, 'd');
+        ASSERT_EQ(mkdir(deep.c_str(), 0700), 0);
+        deep += '/';
+    }
+    deep += std::string(sizeof(ZelkLogProductCfg::logDirectory) - deep.size(), 'd');
+    ASSERT_EQ(mkdir(deep.c_str(), 0700), 0);
+    ASSERT_NE(writeTexts(deep + "/x.log", {"r"}), "");
+    EXPECT_TRUE(listFiles({deep}, &code).empty());
+    EXPECT_EQ(code, 0u);
+    LogQuery query;
+    std::memset(&query, 0, sizeof query);
+    EXPECT_EQ(GetLogFiles(nullptr, 1, &query), ZELKLOG_RC_BAD_ARGUMENT);
+}
+
+TEST(LogSetFileName, PatternIsReadBackAndOtherNamesRejected)
+{
+    const std::string longest(135, 'n');
+    const struct { std::string fileName; uint64_t id; std::string name; } cases[] = {  // id 0: no logset
+        {"ls-00000000000000AB-Up", 0xab, "Up"},           {"ls-ffffffffffffffff-a_b-c.7.log", ~0ull, "a_b-c"},
+        {"ls-0000000000000001-" + longest, 1, longest},  {"ls-0000000000000001-" + longest + "n", 0, ""},
+        {"ls-000000000000001-short", 0, ""},              {"ls-000000000000001g-bad", 0, ""},
+        {"ls-0000000000000000-zero", 0, ""},              {"ls-0000000000000001-.log", 0, ""},
+        {"LS-0000000000000001-name", 0, ""},              {"ls-0000000000000001-dir/name", 0, ""},
+    };
+    for (const auto &c : cases) {
+        uint64_t id = 7;
+        char name[136] = "x";
+        char scratch[17];
+        EXPECT_EQ(getSLidfromfilename(c.fileName.c_str(), &id, name, scratch), c.id != 0 ? 1 : 0) << c.fileName;
+        EXPECT_EQ(id, c.id) << c.fileName;
+        EXPECT_EQ(name, c.name) << c.fileName;
+    }
+
+    char out[256];
+    EXPECT_EQ(zelkLogMakeLogSetFileName(0x1f, "nightly", ".log", out, sizeof out), 0u);
+    EXPECT_STREQ(out, "ls-000000000000001f-nightly.log");
+    EXPECT_EQ(zelkLogMakeLogSetFileName(1, longest.c_str(), nullptr, out, sizeof out), 0u);
+    EXPECT_EQ(out, cases[2].fileName);
+    EXPECT_EQ(zelkLogMakeLogSetFileName(0, "n", "", out, sizeof out), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(zelkLogMakeLogSetFileName(1, "a.b", "", out, sizeof out), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(zelkLogMakeLogSetFileName(1, "n", ".log", out, 10), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_STREQ(out, "");
+}
+
+QueryNode *node(int32_t kind, uint64_t value, QueryNode *left = nullptr, QueryNode *right = nullptr)
+{
+    QueryNode record{};
+    record.value = value;
+    return left != nullptr ? addNewNode(kind, left, right) : addNewNode(kind, &record, nullptr);
+}
+
+TEST(UpdateQueryForTZ, ShiftsOnlyDateConstants)
+{
+    // (STDATE >= 1000 && 2000 > ENDATE) || (PID = 1000 && STDATE < MAX)
+    QueryNode *start = node(INTCONST, 1000);
+    QueryNode *end = node(INTCONST, 2000);
+    QueryNode *pid = node(INTCONST, 1000);
+    QueryNode *big = node(INTCONST, uint64_t(INT64_MAX - 5));
+    QueryNode *root = node(
+        OR, 0,
+        node(AND, 0, node(GREATEREQ, 0, node(KEYWORDS, ZELKLOGREC_STDATE), start),
+             node(GREATER, 0, end, node(KEYWORDS, ZELKLOGREC_ENDATE))),
+        node(AND, 0, node(EQUAL, 0, node(KEYWORDS, ZELKLOGREC_PID), pid),
+             node(LESS, 0, node(KEYWORDS, ZELKLOGREC_STDATE), big)));
+    EXPECT_EQ(updateQueryForTZ(root, -3600), 0u);
+    EXPECT_EQ(int64_t(start->value), -2600);
+    EXPECT_EQ(int64_t(end->value), -1600);
+    EXPECT_EQ(pid->value, 1000u);
+    EXPECT_EQ(updateQueryForTZ(root, 3600 + 10), 0u);
+    EXPECT_EQ(int64_t(start->value), 1010);
+    EXPECT_EQ(int64_t(big->value), INT64_MAX);  // held at the limit
+    EXPECT_EQ(updateQueryForTZ(nullptr, 5), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(updateQueryForTZ(root, ZELKLOG_NO_TZ_ADJUST), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(int64_t(start->value), 1010);
+    removeTree(root);
+}
+
+}  // namespace

@@ -1,0 +1,129 @@
+// Removing a product, an originator or a logset, and the common lock around them.
+#include "tests/support/config_fixture.h"
+#include "src/core/zelkLogCore.h"
+#include "zelkLogRead.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <future>
+#include <thread>
+
+namespace {
+
+using zelk::test::ConfigFixture;
+using zelk::test::Names;
+using zelk::test::storeSections;
+
+// True when another thread can take the common lock within a second.  A thread that
+// stays blocked is left behind (the test has failed then anyway).
+bool commonLockIsFree()
+{
+    auto taken = std::make_shared<std::promise<void>>();
+    std::future<void> done = taken->get_future();
+    std::thread([taken] {
+        zelkLockCommon("test");
+        zelkUnlockCommon("test");
+        taken->set_value();
+    }).detach();
+    return done.wait_for(std::chrono::seconds(1)) == std::future_status::ready;
+}
+
+TEST(Removal, OriginatorSections)
+{
+    ConfigFixture config({{7, {"billing"}, "", {{112, {"main"}}, {5, {"worker"}}}}});
+    config.setProperty(config.productStore(7), "112", "Names", "a section named 112");
+    ASSERT_EQ(storeSections(config.productStore(7)), (Names{"Default", "5", "112"}));
+    EXPECT_EQ(zelkLogRemoveCfg(7, 112), 0u);
+    EXPECT_EQ(storeSections(config.productStore(7)), (Names{"5", "112"}));
+    EXPECT_EQ(zelkLogRemoveCfg(7, 5), 0u);
+    EXPECT_EQ(zelkLogRemoveCfg(7, 5), ZELKLOG_RC_UNKNOWN_NAME);
+    EXPECT_EQ(storeSections(config.productStore(7)), Names{"112"});
+    EXPECT_TRUE(commonLockIsFree());
+}
+
+TEST(Removal, InvalidArgumentsAndMissingStoresLeaveTheLockFree)
+{
+    ConfigFixture config({{7, {"billing"}, "", {{5, {"worker"}}}}});
+    const struct { const char *what; uint32_t (*remove)(); uint32_t code; } cases[] = {  // one per early return
+        {"product 0", [] { return zelkLogRemoveCfg(0, 5); }, ZELKLOG_RC_BAD_ARGUMENT},
+        {"16-digit product", [] { return zelkLogRemoveCfg(1000000000000000ull, 5); }, ZELKLOG_RC_BAD_ARGUMENT},
+        {"401-char logset", [] { return zelkLogRemoveLogSetCfg(7, std::string(401, 'l').c_str()); },
+         ZELKLOG_RC_BAD_ARGUMENT},
+        {"unknown product", [] { return zelkLogRemoveCfg(8, 5); }, ZELKLOG_RC_STORE_UNAVAILABLE},
+        {"unknown product logset", [] { return zelkLogRemoveLogSetCfg(8, "n"); }, ZELKLOG_RC_STORE_UNAVAILABLE},
+        {"invalid product all", [] { return zelkLogRemoveProductAllCfg(0); }, ZELKLOG_RC_BAD_ARGUMENT},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ(c.remove(), c.code) << c.what;
+        EXPECT_TRUE(commonLockIsFree()) << c.what;
+    }
+    EXPECT_EQ(storeSections(config.productStore(7)), Names{"5"});
+}
+
+TEST(Removal, StoreThatCannotBeOpened)
+{
+    ConfigFixture config({{7, {"billing"}, "", {{5, {"worker"}}}}});
+    std::remove(config.productStore(7).c_str());
+    EXPECT_EQ(zelkLogRemoveCfg(7, 5), 2u);
+    EXPECT_EQ(zelkLogRemoveLogSetCfg(7, "nightly"), 2u);
+    config.writeFile("product-7.conf", "[5\n");
+    EXPECT_EQ(zelkLogRemoveCfg(7, 5), 2u);
+    EXPECT_TRUE(commonLockIsFree());
+
+    // An empty store path is no path: a "\LOGSET" store in the working directory stays.
+    config.setProperty(config.globalStore(), "7", "ConfigPath", "");
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(config.directory());
+    config.setProperty("\\LOGSET", "nightly", "Directory", "/n");
+    EXPECT_EQ(zelkLogRemoveLogSetCfg(7, "nightly"), 2u);
+    EXPECT_EQ(zelkLogRemoveCfg(7, 5), 2u);
+    EXPECT_EQ(storeSections("\\LOGSET"), Names{"nightly"});
+    std::filesystem::current_path(before);
+}
+
+// A ".conf" anywhere in the store path, a directory name included, selects the flat form
+// ("LOGSET.<name>" sections of the product store); otherwise the sections of "<store>\LOGSET".
+TEST(Removal, LogSetSections)
+{
+    for (std::string storeName : {"p7.conf", "x.conf.d-prod7", "prod7"}) {
+        SCOPED_TRACE(storeName);
+        ConfigFixture config({{7, {"billing"}, "", {{5, {"worker"}}}, "", storeName}});
+        const std::string product = config.productStore(7), longest(400, 'q');
+        const bool flat = storeName != "prod7";
+        const std::string logsets = flat ? product : product + "\\LOGSET", prefix = flat ? "LOGSET." : "";
+        config.setProperty(logsets, prefix + "nightly", "Directory", "/logs/n");
+        config.setProperty(logsets, prefix + longest, "Directory", "/logs/q");
+        config.setProperty(product, flat ? "nightly" : "LOGSET.nightly", "Names", "not a logset section");
+        EXPECT_EQ(zelkLogRemoveLogSetCfg(7, "nightly"), 0u);
+        EXPECT_EQ(zelkLogRemoveLogSetCfg(7, longest.c_str()), 0u);
+        EXPECT_EQ(zelkLogRemoveLogSetCfg(7, "nightly"), ZELKLOG_RC_UNKNOWN_NAME);
+        EXPECT_EQ(storeSections(product), (Names{"5", flat ? "nightly" : "LOGSET.nightly"}));
+        EXPECT_TRUE(flat || storeSections(logsets).empty());
+    }
+}
+
+TEST(Removal, WholeProduct)
+{
+    ConfigFixture config({{7, {"billing"}, "", {{5, {"worker"}}}, "", "prod7"}, {12, {"shop"}}});
+    std::string store = config.productStore(7);
+    config.setProperty(store + "\\LOGSET", "nightly", "Directory", "/n");
+    ASSERT_EQ(zelkLogRemoveProductAllCfg(7), 0u);
+    EXPECT_EQ(storeSections(config.globalStore()), Names{"12"});
+    EXPECT_FALSE(std::filesystem::exists(store));
+    EXPECT_FALSE(std::filesystem::exists(store + "\\LOGSET"));
+    EXPECT_EQ(zelkLogRemoveProductAllCfg(7), ZELKLOG_RC_STORE_UNAVAILABLE);
+}
+
+TEST(Removal, ProductWhoseCoreConfigurationStays)
+{
+    ConfigFixture config({{7, {"billing"}}});
+    // A directory where the product's store should be: the core cannot remove it.
+    std::filesystem::create_directories(config.path("blocked.conf/inner"));
+    config.setProperty(config.globalStore(), "7", "ConfigPath", config.path("blocked.conf"));
+    EXPECT_EQ(zelkLogRemoveProductAllCfg(7), utipsres2zelklogres(6));
+    EXPECT_EQ(storeSections(config.globalStore()), Names{"7"});
+}
+
+}  // namespace

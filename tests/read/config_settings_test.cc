@@ -1,0 +1,136 @@
+// Settings in the stores and edits of configuration records.
+#include "tests/support/config_fixture.h"
+#include "src/core/zelkLogCore.h"
+#include "zelkLogRead.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+using zelk::test::ConfigFixture;
+using zelk::test::storeValue;
+
+std::string jvmPath(uint32_t expectedCode = 0)
+{
+    char *path = nullptr;
+    EXPECT_EQ(zelkLogGetJVMPathSetting(&path), expectedCode);
+    std::string value = path == nullptr ? "<null>" : path;
+    zelkLogFree(path);
+    return value;
+}
+
+TEST(Settings, JvmPathRoundTrips)
+{
+    ConfigFixture config;
+    EXPECT_EQ(jvmPath(ZELKLOG_RC_UNKNOWN_NAME), "<null>");
+    for (const char *value : {"", "C:\\Program Files\\java;x = y\n2 "}) {
+        ASSERT_EQ(zelkLogAddJVMPathSetting(value), 0u);
+        EXPECT_EQ(jvmPath(), value);
+    }
+    EXPECT_EQ(zelkLogRemoveJVMPathSetting(), 0u);
+    EXPECT_EQ(jvmPath(ZELKLOG_RC_UNKNOWN_NAME), "<null>");
+    EXPECT_EQ(zelkLogRemoveJVMPathSetting(), ZELKLOG_RC_UNKNOWN_NAME);
+    EXPECT_EQ(zelkLogAddJVMPathSetting(nullptr), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(zelkLogGetJVMPathSetting(nullptr), ZELKLOG_RC_BAD_ARGUMENT);
+    ::setenv("ZELKLOG_CONFIG", config.path("no/such/dir/zelklog.conf").c_str(), 1);  // restored by the fixture
+    EXPECT_EQ(zelkLogAddJVMPathSetting("/j"), ZELKLOG_RC_STORE_UNAVAILABLE);
+    EXPECT_EQ(zelkLogCfgSetToolsResDir("/r"), ZELKLOG_RC_STORE_UNAVAILABLE);
+    EXPECT_EQ(zelkLogCfgRemoveToolsResDir(), ZELKLOG_RC_STORE_UNAVAILABLE);
+}
+
+TEST(Settings, ToolsDirectorySectionIsMadeAnew)
+{
+    ConfigFixture config;
+    auto toolsDirectory = [&] { return storeValue(config.globalStore(), "LoggingTools", "L10nResourceDir"); };
+    EXPECT_EQ(zelkLogCfgSetToolsResDir(""), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(toolsDirectory(), "<none>");
+    ASSERT_EQ(zelkLogCfgSetToolsResDir("/opt/tools/res"), 0u);
+    EXPECT_EQ(toolsDirectory(), "/opt/tools/res");
+    ASSERT_EQ(zelkLogCfgRemoveToolsResDir(), 0u);
+    EXPECT_EQ(toolsDirectory(), "<none>");
+    EXPECT_EQ(zelkLogCfgRemoveToolsResDir(), ZELKLOG_RC_FAILURE) << "no section left to remove";
+}
+
+TEST(Settings, NonOidSettingsReplaceAndRemove)
+{
+    ConfigFixture config({{7, {"billing"}}});
+    ASSERT_EQ(zelkLogAddNonOIDSetting(7, "RetentionDays", "30"), 0u);
+    ASSERT_EQ(zelkLogAddNonOIDSetting(7, "RetentionDays", "90"), 0u);
+    EXPECT_EQ(storeValue(config.productStore(7), "", "RetentionDays"), "90");
+    EXPECT_EQ(zelkLogRemoveNonOIDSetting(7, "RetentionDays"), 0u);
+    EXPECT_EQ(storeValue(config.productStore(7), "", "RetentionDays"), "<none>");
+    EXPECT_EQ(zelkLogRemoveNonOIDSetting(7, "RetentionDays"), ZELKLOG_RC_UNKNOWN_NAME);
+
+    EXPECT_EQ(zelkLogAddNonOIDSetting(7, nullptr, "x"), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(zelkLogAddNonOIDSetting(8, "x", "1"), ZELKLOG_RC_STORE_UNAVAILABLE) << "unknown product";
+    // An empty store path, and one where no store can be made.
+    for (std::string path : {std::string(), config.path("missing/dir/p.conf")}) {
+        config.setProperty(config.globalStore(), "7", "ConfigPath", path);
+        EXPECT_EQ(zelkLogAddNonOIDSetting(7, "x", "1"), ZELKLOG_RC_STORE_UNAVAILABLE) << path;
+    }
+}
+
+// Two processes add different settings to one product store at the same moment; both
+// survive (the writers' lock serialises the read-modify-write cycles).
+TEST(Settings, ConcurrentWritersLoseNoUpdate)
+{
+    ConfigFixture config({{7, {"billing"}}});
+    constexpr int kPerProcess = 40;
+    auto name = [](int child, int i) { return "p" + std::to_string(child) + "_" + std::to_string(i); };
+    int pipeFds[2];
+    ASSERT_EQ(::pipe(pipeFds), 0);
+    pid_t children[2];
+    for (int child = 0; child < 2; ++child) {
+        children[child] = ::fork();
+        ASSERT_GE(children[child], 0);
+        if (children[child] == 0) {
+            char go;
+            ::close(pipeFds[1]);
+            int failures = ::read(pipeFds[0], &go, 1) == 0 ? 0 : 1;  // released when the pipe closes
+            for (int i = 0; i < kPerProcess; ++i)
+                failures += zelkLogAddNonOIDSetting(7, name(child, i).c_str(), name(child, i).c_str()) != 0;
+            ::_exit(failures == 0 ? 0 : 1);
+        }
+    }
+    ::close(pipeFds[0]);
+    ::close(pipeFds[1]);
+    for (pid_t child : children) {
+        int status = 0;
+        ASSERT_EQ(::waitpid(child, &status, 0), child);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    }
+    for (int child = 0; child < 2; ++child)
+        for (int i = 0; i < kPerProcess; ++i)
+            EXPECT_EQ(storeValue(config.productStore(7), "", name(child, i)), name(child, i));
+}
+
+TEST(RecordEdits, OidNamesSetTheirBitOnlyAndRemovalsAccumulate)
+{
+    ZelkLogProductCfg record{};
+    record.changeFlags = 1 | 4 | 8;
+    std::memset(record.oidNames, 'z', sizeof record.oidNames);
+    ASSERT_EQ(zelkLogCfgSetOIDNames(&record, "main,worker"), 0u);
+    EXPECT_STREQ(record.oidNames, "main,worker");
+    EXPECT_EQ(record.oidNames[sizeof record.oidNames - 1], '\0') << "rest of the field cleared";
+    EXPECT_EQ(record.changeFlags, 1u | 2u | 4u | 8u);
+
+    ZelkLogProductCfg before = record;
+    std::string tooLong(1024, 'n');
+    EXPECT_EQ(zelkLogCfgSetOIDNames(&record, ""), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(zelkLogCfgSetOIDNames(&record, tooLong.c_str()), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(std::memcmp(&before, &record, sizeof record), 0);
+    EXPECT_EQ(zelkLogCfgSetOIDNames(&record, tooLong.substr(1).c_str()), 0u);
+
+    record = ZelkLogProductCfg{};
+    for (uint32_t flags : {1u, 4u, 0u})
+        EXPECT_EQ(zelkLogCfgRemoveSettings(&record, flags), 0u);
+    EXPECT_EQ(record.removalFlags, 5u);
+    EXPECT_EQ(record.changeFlags, 0u);
+}
+
+}  // namespace

@@ -1,0 +1,66 @@
+// The formatted fetch: text in the chosen locale, the default flags, the codes that
+// leave no text, and context titles learnt from context records that do not match.
+#include "src/core/zelkLogCore.h"
+
+#include "tests/support/config_fixture.h"
+#include "tests/support/log_fixture.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+#include <string>
+
+namespace {
+
+zelk::test::RecordFields app(uint64_t tid, const std::string &token = "")
+{
+    zelk::test::RecordFields fields = zelk::test::numbered(tid);
+    fields.contextToken = token;
+    return fields;
+}
+
+TEST(FormattedFetch, LocalesTitlesFlagsAndCodes)
+{
+    zelk::test::ConfigFixture config(zelk::test::billingProduct());
+    const std::string catalogues = config.directory() + "/catalogues";
+    ASSERT_EQ(mkdir(catalogues.c_str(), 0755), 0);
+    config.writeFile("catalogues/en.ini", "[messages]\n100 = Disk is full\n");
+    config.writeFile("catalogues/de.ini", "[messages]\n100 = Platte ist voll\n");
+    zelk::test::RecordFields context = app(1, "tok-1");
+    context.kind = ZELKLOG_MSG_CTX;
+    context.msgId = 0;
+    context.contextText = "Nightly backup";
+    context.pid = 1;  // fails the filter, still teaches the title
+    const std::string file = config.logDirectory(7) + "a.log";
+    zelk::test::writeLogFile(file, {context, app(2, "tok-1"), app(3), app(3), app(3), app(3)}, 1000);
+    zelk::test::appendRawRecord(file, "garbage");
+    zelk::test::appendRecords(file, {app(4)});
+    LogQuery query;
+    ASSERT_EQ(zelkLogCreateQueryEx("PID = 1234", "en_US", nullptr, catalogues.c_str(), &query), 0u);
+
+    auto next = [&](const char *locale, uint64_t flags) {
+        static char unchanged[] = "(unchanged)";
+        char *text = unchanged;
+        uint32_t rc = zelkLogFetchNextFormattedMessage(&query, 0, locale, flags, &text);
+        std::string result = std::to_string(rc) + " " + (text == nullptr ? "(null)" : text);
+        if (rc == 0)
+            zelkLogFree(text);
+        return result;
+    };
+    const uint64_t contextAndText = 0x400 | 0x800;
+    EXPECT_EQ(next("de", contextAndText), "0 Nightly backup | Platte ist voll");
+    EXPECT_EQ(next(nullptr, contextAndText), "0 - | Platte ist voll") << "the locale stays in force";
+    EXPECT_EQ(zelkLogFetchNextFormattedMessage(&query, 0, nullptr, 0, nullptr), ZELKLOG_RC_BAD_ARGUMENT);
+    // Flags 0, 0xF03 and 0xF03 with high bits give the same line (the records are alike).
+    std::string line = next("en_US", 0);
+    EXPECT_NE(line.find("Disk is full"), std::string::npos) << line;
+    EXPECT_EQ(next(nullptr, 0xF03), line);
+    EXPECT_EQ(next(nullptr, 0x100000000ull), line);
+    EXPECT_EQ(next(nullptr, contextAndText), "23 (null)");
+    EXPECT_EQ(next(nullptr, contextAndText), "0 - | Disk is full") << "the next call reads on after 23";
+    EXPECT_EQ(next(nullptr, contextAndText), "9 (null)");
+    zelkLogDestroyQuery(&query);
+}
+
+}  // namespace

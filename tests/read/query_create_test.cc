@@ -1,0 +1,61 @@
+// Creating and destroying queries: refused arguments, the log-directory and
+// format-resource overrides, failed parses and validations, repeated destruction.
+#include "src/core/zelkLogCore.h"
+
+#include "tests/support/config_fixture.h"
+#include "tests/support/log_fixture.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+#include <cstring>
+#include <string>
+
+namespace {
+
+TEST(QueryCreate, RefusedArgumentsLeaveTheRecordUntouched)
+{
+    const std::string tooLong(1023, 'd');  // no room for the added "/" and the terminator
+    const char *cases[][2] = {{nullptr, nullptr}, {"", nullptr}, {"PID = 1", ""}, {"PID = 1", tooLong.c_str()}};
+    for (auto [text, directory] : cases) {
+        LogQuery query, pattern;
+        std::memset(&query, 0xAB, sizeof query);
+        std::memset(&pattern, 0xAB, sizeof pattern);
+        EXPECT_EQ(zelkLogCreateQueryEx2(text, "en_US", directory, nullptr, ZELKLOG_NO_TZ_ADJUST, &query),
+                  ZELKLOG_RC_BAD_ARGUMENT) << (text ? text : "null") << " / " << (directory ? directory : "null");
+        EXPECT_EQ(std::memcmp(&query, &pattern, sizeof query), 0);
+    }
+    EXPECT_EQ(zelkLogCreateQuery("PID = 1", "en_US", nullptr), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(zelkLogDestroyQuery(nullptr), ZELKLOG_RC_BAD_ARGUMENT);
+    LogQuery query{};
+    EXPECT_EQ(CreateTreeFromQuery(nullptr, 0, "PID = 1", nullptr, &query), ZELKLOG_RC_BAD_ARGUMENT);
+}
+
+TEST(QueryCreate, OverridesAndFailures)
+{
+    zelk::test::ConfigFixture config(zelk::test::billingProduct());
+    const std::string other = config.directory() + "/elsewhere";
+    ASSERT_EQ(mkdir(other.c_str(), 0755), 0);
+    zelk::test::writeLogFile(other + "/x.log", {zelk::test::RecordFields{}}, 1000);
+    for (const std::string &directory : {other, other + "/"}) {
+        LogQuery query;
+        ASSERT_EQ(zelkLogCreateQueryEx("PID = 1234", "en_US", directory.c_str(), "/res", &query), 0u) << directory;
+        ASSERT_NE(query.currentFile, nullptr);
+        EXPECT_EQ(std::string(query.currentFile->logDirectory) + query.currentFile->fileName, other + "/x.log");
+        EXPECT_STREQ(query.formatResource, "/res");
+        EXPECT_EQ(zelkLogDestroyQuery(&query), 0u);
+    }
+    LogQuery query;
+    EXPECT_NE(zelkLogCreateQuery("PID = ", "en_US", &query), 0u);
+    EXPECT_EQ(query.root, nullptr) << "a failed parse keeps no tree";
+    EXPECT_EQ(zelkLogDestroyQuery(&query), 0u);
+    EXPECT_EQ(zelkLogCreateQueryEx2("PRODID = 'nosuch'", "en_US", nullptr, "/res", 3600, &query),
+              ZELKLOG_RC_UNKNOWN_NAME);
+    EXPECT_NE(query.root, nullptr) << "a failed validation keeps its tree for destruction";
+    EXPECT_EQ(query.formatResource, nullptr);
+    EXPECT_EQ(zelkLogDestroyQuery(&query), 0u);
+    EXPECT_EQ(zelkLogDestroyQuery(&query), 0u) << "a second destruction finds nothing to release";
+}
+
+}  // namespace

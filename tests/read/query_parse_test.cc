@@ -1,0 +1,132 @@
+// Parsing filter texts: tree shapes, result codes, limits, and parses from several
+// threads at once.
+#include "tests/support/query_tree_text.h"
+#include "zelkLogRead.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+using zelk::test::treeText;
+
+namespace {
+
+// The tree of a successful parse as text, or "rc=<code>".
+std::string parse(const std::string &text, const char *locale = nullptr)
+{
+    QueryNode *root = nullptr;
+    const uint32_t rc = parseQueryString(text.c_str(), locale, &root);
+    if (rc != 0) {
+        EXPECT_EQ(root, nullptr) << "a failed parse leaves the output alone";
+        return "rc=" + std::to_string(rc);
+    }
+    std::string result = treeText(root);
+    removeTree(root);
+    return result;
+}
+
+TEST(Parse, TreesAndCodes)
+{
+    const std::pair<const char *, const char *> cases[] = {
+        {"PID = 5", "=(PID, 5)"},
+        {"5 = PID", "=(PID, 5)"},
+        {"5 < PID", "<(5, PID)"},
+        {"PID = 1 || PID = 2 && SEV = ERR", "OR(=(PID, 1), AND(=(PID, 2), =(SEV, SEV:2)))"},
+        {"PID = 1 || PID = 2 || PID = 3", "OR(OR(=(PID, 1), =(PID, 2)), =(PID, 3))"},
+        {"PID = 1 && (TID = 2 || TID >= 3)", "AND(=(PID, 1), OR(=(TID, 2), >=(TID, 3)))"},
+        {"MSGTYPE = AUDIT && 'x' != HOSTNAME", "AND(=(MSGTYPE, MSG:4), !=('x', HOSTNAME))"},
+        {"PID = (TID = 5)", "=(PID, =(TID, 5))"},
+        {"5 && 'abc'", "AND(5, 'abc')"},
+        {"pid between 10 && 20 || TID = 1", "OR(AND(>(PID, 10), <(PID, 20)), =(TID, 1))"},
+        // Each bound keeps its own text although more tokens follow it.
+        {"HOSTNAME BETWEEN 'alpha' && 'omega' && SUBJECT = 'z'",
+         "AND(AND(>(HOSTNAME, 'alpha'), <(HOSTNAME, 'omega')), =(SUBJECT, 'z'))"},
+        // syntax errors, lexical errors where an operand may stand, a single operand
+        {" \t ", "rc=1"}, {"PID = 5)", "rc=1"}, {"()", "rc=1"}, {"PID = 5 @", "rc=1"},
+        {"5 BETWEEN 1 && 2", "rc=1"}, {"PID = 5 && bogus = 1", "rc=11"}, {"PID = 'abc\n", "rc=12"},
+        {"PID = 'abc", "rc=13"}, {"PID", "rc=19"}, {"((ERR))", "rc=19"},
+        // comparisons refused by the check (a complete one is checked before a stray token)
+        {"PID = PID )", "rc=14"}, {"5 = 6", "rc=14"}, {"PID < 5 < 6", "rc=14"},
+        {"SUBJECT = 5", "rc=43"}, {"SUBJECT >= 5", "rc=44"}, {"SUBJECT BETWEEN 'a' && 'b'", "rc=44"},
+        {"WHO = 5", "rc=18"}, {"WHO > 'a'", "rc=49"}, {"CTXTOK < 'tok'", "rc=15"}, {"CTXTOK < 5", "rc=18"},
+        {"PREVTIME != 3600", "rc=17"}, {"PREVTIME BETWEEN 1 && 2", "rc=17"}, {"PREVTIME = 'soon'", "rc=16"},
+        {"STDATE > ERR", "rc=16"}, {"STDATE BETWEEN '1' && 'x'", "rc=16"},
+    };
+    for (const auto &[query, expected] : cases)
+        EXPECT_EQ(parse(query), expected) << query;
+    EXPECT_EQ(parseQueryString("PID = 5", nullptr, nullptr), ZELKLOG_RC_BAD_ARGUMENT);
+    QueryNode *root = nullptr;
+    EXPECT_EQ(parseQueryString(nullptr, nullptr, &root), ZELKLOG_RC_BAD_ARGUMENT);
+}
+
+// Text operands get their own copy of the locale; BETWEEN bounds get none.
+TEST(Parse, LocaleCopies)
+{
+    QueryNode *root = nullptr;
+    ASSERT_EQ(parseQueryString("HOSTNAME = 'h' && LOGSET BETWEEN 'a' && 'b'", "de_DE", &root), 0u);
+    EXPECT_STREQ(root->left->right->locale, "de_DE");
+    EXPECT_EQ(root->left->left->locale, nullptr);
+    EXPECT_EQ(root->right->left->right->locale, nullptr);
+    EXPECT_EQ(root->right->right->right->locale, nullptr);
+    removeTree(root);
+}
+
+std::string comparisons(int count, const std::string &joint)
+{
+    std::string query = "PID = 0";
+    for (int i = 1; i < count; ++i)
+        query += joint + "PID = " + std::to_string(i);
+    return query;
+}
+
+// 100 comparisons make 199 operator nodes, the most a tree may hold; PREVTIME and
+// BETWEEN make three each.
+TEST(Parse, OperatorNodeLimit)
+{
+    EXPECT_EQ(parse(comparisons(100, " && ")).substr(0, 4), "AND(");
+    EXPECT_EQ(parse(comparisons(101, " && ")), "rc=20");
+    EXPECT_EQ(parse(comparisons(101, " || ")), "rc=20");
+    for (const char *range : {" && PREVTIME = 10", " && PID BETWEEN 1 && 2"}) {
+        EXPECT_EQ(parse(comparisons(98, " && ") + range).substr(0, 4), "AND(");
+        EXPECT_EQ(parse(comparisons(99, " && ") + range), "rc=20");
+    }
+}
+
+TEST(Parse, StackLimit)
+{
+    const auto nested = [](int depth) { return std::string(depth, '(') + "PID = 5" + std::string(depth, ')'); };
+    EXPECT_EQ(parse(nested(4990)), "=(PID, 5)");
+    EXPECT_EQ(parse(nested(10000)), "rc=2");
+}
+
+// A parse that stopped in the middle of its text leaves nothing for the next one.
+TEST(Parse, FailedParseLeavesNothing)
+{
+    EXPECT_EQ(parse("PID = 5 && bogus && 'left' && TID = 7"), "rc=11");
+    EXPECT_EQ(parse("SEV = ERR"), "=(SEV, SEV:2)");
+    EXPECT_EQ(parse("HOSTNAME BETWEEN 'a' && 5 && 'stale'"), "rc=1");
+    EXPECT_EQ(parse("HOSTNAME = 'fresh'"), "=(HOSTNAME, 'fresh')");
+}
+
+TEST(Parse, ThreadsGetTheirOwnTrees)
+{
+    std::vector<std::thread> threads;
+    std::vector<int> failures(8, 0);
+    for (int t = 0; t < 8; ++t) {
+        threads.emplace_back([t, &failures] {
+            const std::string n = std::to_string(t);
+            const std::string query = "PID = " + n + " && HOSTNAME != 'h" + n + "' || TID BETWEEN " + n + " && 99";
+            const std::string expected =
+                "OR(AND(=(PID, " + n + "), !=(HOSTNAME, 'h" + n + "')), AND(>(TID, " + n + "), <(TID, 99)))";
+            for (int i = 0; i < 300; ++i)
+                failures[t] += parse(query, "en_US") != expected;
+        });
+    }
+    for (auto &thread : threads)
+        thread.join();
+    EXPECT_EQ(failures, std::vector<int>(8, 0));
+}
+
+}  // namespace

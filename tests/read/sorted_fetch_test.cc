@@ -1,0 +1,92 @@
+// The merged fetch over several log files: order, ties, the codes of finished and
+// unopenable files, records not released.
+#include "src/core/zelkLogCore.h"
+
+#include "tests/support/config_fixture.h"
+#include "tests/support/log_fixture.h"
+
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+using zelk::test::RecordFields;
+
+RecordFields at(int64_t seconds, uint64_t tid)
+{
+    RecordFields s;
+    s.timeMs = seconds * 1000;
+    s.tid = tid;
+    return s;
+}
+
+// A fetch's code and the record number `out` points to (0: not set); `keep`: not released.
+struct Step { uint32_t code; uint64_t tid; bool keep = false; };
+
+// Files listed oldest first; `removed`: the file deleted after the query was made (-1: none).
+struct Case {
+    const char *what;
+    std::vector<std::vector<RecordFields>> files;
+    int removed;
+    std::vector<Step> steps;
+    int unopenableMessages;
+};
+
+const uint32_t kUnopenable = ZELKLOG_RC_FILE_UNOPENABLE;
+
+TEST(SortedFetch, Sequences)
+{
+    // Records of the second file carry tids from 11 on.
+    const Case cases[] = {
+        {"equal times: the file nearer the head first", {{at(5, 1)}, {at(5, 12)}}, -1,
+         {{0, 1}, {ZELKLOG_RC_END_OF_FILE, 0}, {0, 12}, {ZELKLOG_RC_NO_MORE_RECORDS, 0}}, 0},
+        {"A 1,3 and B 2: B ends during the pick, 3 is handed out twice", {{at(1, 1), at(3, 3)}, {at(2, 12)}}, -1,
+         {{0, 1}, {0, 12}, {ZELKLOG_RC_END_OF_FILE, 3, true}, {0, 3}, {ZELKLOG_RC_NO_MORE_RECORDS, 0}}, 0},
+        {"A 1 and B 2: A ends while B holds its record", {{at(1, 1)}, {at(2, 12)}}, -1,
+         {{0, 1}, {ZELKLOG_RC_END_OF_FILE, 0}, {0, 12}, {ZELKLOG_RC_NO_MORE_RECORDS, 0}}, 0},
+        {"a record not released comes again", {{at(1, 1), at(3, 3)}, {at(2, 12)}}, -1,
+         {{0, 1, true}, {0, 1}, {0, 12}}, 0},
+        {"an unopenable later file is reported by every pass, then dropped as head",
+         {{at(1, 1), at(2, 2)}, {at(3, 13)}}, 1,
+         {{kUnopenable, 1, true}, {kUnopenable, 1}, {kUnopenable, 2}, {ZELKLOG_RC_NO_MORE_RECORDS, 0}}, 3},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.what);
+        zelk::test::ConfigFixture config(zelk::test::billingProduct());
+        std::vector<std::string> paths;
+        for (size_t i = 0; i < c.files.size(); ++i) {
+            paths.push_back(config.logDirectory(7) + "f" + std::to_string(i) + ".log");
+            zelk::test::writeLogFile(paths.back(), c.files[i], 1000 + static_cast<time_t>(i),
+                                     ZELKLOG_FORMAT_10006, "host-" + std::to_string(i));
+        }
+        LogQuery query;
+        ASSERT_EQ(zelkLogCreateQuery("PID = 1234", "en_US", &query), 0u);
+        if (c.removed >= 0)
+            unlink(paths[static_cast<size_t>(c.removed)].c_str());
+        ::testing::internal::CaptureStderr();
+        for (size_t i = 0; i < c.steps.size(); ++i) {
+            ZelkLogMsg *record = nullptr;
+            uint32_t rc = zelkLogFetchNextSortedEntry(&query, &record);
+            EXPECT_EQ(rc, c.steps[i].code) << "step " << i;
+            EXPECT_EQ(record == nullptr ? 0 : record->tid, c.steps[i].tid) << "step " << i;
+            if (record != nullptr) {
+                // The header text of the record's own file travels with it.
+                EXPECT_EQ(std::string(record->fileHeaderText), "host-" + std::to_string(record->tid / 10));
+                if (!c.steps[i].keep)
+                    zelkLogFreeMsg(record);
+            }
+        }
+        std::string message = c.removed >= 0 ? paths[static_cast<size_t>(c.removed)] + " does not exists\n" : "";
+        std::string expected;
+        for (int i = 0; i < c.unopenableMessages; ++i)
+            expected += message;
+        EXPECT_EQ(::testing::internal::GetCapturedStderr(), expected);
+        zelkLogDestroyQuery(&query);
+    }
+}
+
+}  // namespace
