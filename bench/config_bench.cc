@@ -26,7 +26,8 @@ public:
             std::string store = directory_ + "/product-" + std::to_string(id) + ".conf";
             global += "[" + std::to_string(id) + "]\nNames = product" + std::to_string(id) +
                       "\nLogDirectory = /var/log/p" + std::to_string(id) + "/\nConfigPath = " + store + "\n";
-            std::ofstream(store) << "[Default]\nNames = main\n[5]\nNames = worker\nFileId = 9\nFileNames = jobs\n";
+            std::ofstream(store)
+                << "[Default]\nNames = main\n[5]\nNames = worker\nFileId = 9\nFileNames = jobs\n";
         }
         std::ofstream(directory_ + "/zelklog.conf") << global;
         ::setenv("ZELKLOG_CONFIG", (directory_ + "/zelklog.conf").c_str(), 1);

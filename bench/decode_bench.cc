@@ -20,7 +20,8 @@ std::string counted(const std::string &text)
 std::string typicalText()
 {
     return "2,1001,112,7,0,1700000000123,4242,4243," + counted("ctx-0001") + "0:," + counted("scheduler") +
-           "2,(30001|A" + counted("disk /dev/sda1 is full") + "i4:-28|8128.75|S" + counted("/var/log/app") + ")";
+           "2,(30001|A" + counted("disk /dev/sda1 is full") + "i4:-28|8128.75|S" + counted("/var/log/app") +
+           ")";
 }
 
 void DecodeTypicalAppMessage(benchmark::State &state)

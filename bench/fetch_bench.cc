@@ -74,11 +74,11 @@ struct RecordMaker {
         std::memset(&record, 0, sizeof record);
         uint64_t draw = random();
         unsigned kindDraw = draw % 100;
-        record.kind = kindDraw < 60 ? ZELKLOG_MSG_APP
-                    : kindDraw < 75 ? ZELKLOG_MSG_DEBUG
-                    : kindDraw < 85 ? ZELKLOG_MSG_DIAG
-                    : kindDraw < 99 ? ZELKLOG_MSG_AUDIT
-                                    : ZELKLOG_MSG_CTX;
+        record.kind = kindDraw < 60   ? ZELKLOG_MSG_APP
+                      : kindDraw < 75 ? ZELKLOG_MSG_DEBUG
+                      : kindDraw < 85 ? ZELKLOG_MSG_DIAG
+                      : kindDraw < 99 ? ZELKLOG_MSG_AUDIT
+                                      : ZELKLOG_MSG_CTX;
         record.timeMs = timeMs;
         record.pid = (draw >> 8) % 2 == 0 ? 1234 : 2000 + (draw >> 9) % 50;
         record.tid = tid;
@@ -320,17 +320,21 @@ void BM_PeakMemoryAndDescriptors(benchmark::State &state)
     int ignored = 0;
     int maxOpen = 0;
     for (auto _ : state) {
-        state.counters["maxrss_kib_plain_62500"] = static_cast<double>(peakInChild(fetchAllPlain, d.small, &ignored));
+        state.counters["maxrss_kib_plain_62500"] =
+            static_cast<double>(peakInChild(fetchAllPlain, d.small, &ignored));
         state.counters["maxrss_kib_plain_1000000"] =
             static_cast<double>(peakInChild(fetchAllPlain, d.rotated, &ignored));
-        state.counters["maxrss_kib_sorted_62500"] = static_cast<double>(peakInChild(fetchAllSorted, d.small, &maxOpen));
+        state.counters["maxrss_kib_sorted_62500"] =
+            static_cast<double>(peakInChild(fetchAllSorted, d.small, &maxOpen));
         state.counters["maxrss_kib_sorted_1000000"] =
             static_cast<double>(peakInChild(fetchAllSorted, d.interleaved, &maxOpen));
         state.counters["max_fds_open_after_sorted_call"] = maxOpen;
     }
 }
 
-BENCHMARK_CAPTURE(BM_Fetch, Plain, &Data::rotated, fetchAllPlain)->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK_CAPTURE(BM_Fetch, Plain, &Data::rotated, fetchAllPlain)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(3);
 BENCHMARK_CAPTURE(BM_Fetch, SortedRotated, &Data::rotated, fetchAllSorted)
     ->Unit(benchmark::kMillisecond)
     ->Iterations(3);

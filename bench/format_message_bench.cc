@@ -25,7 +25,8 @@ struct Fixture {
     {
         char pattern[] = "/tmp/zelk-bench-XXXXXX";
         dir = mkdtemp(pattern) != nullptr ? pattern : "/tmp";
-        std::ofstream(dir + "/root.ini") << "[messages]\n1001 = Could not open {0}: error {1,number,integer}\n";
+        std::ofstream(dir + "/root.ini")
+            << "[messages]\n1001 = Could not open {0}: error {1,number,integer}\n";
         std::memset(&query, 0, sizeof query);
         query.formatResource = dir.data();
         std::memset(&record, 0, sizeof record);

@@ -12,7 +12,8 @@ void parseAndValidate(benchmark::State &state, const std::string &query)
 {
     for (auto _ : state) {
         QueryNode *root = nullptr;
-        if (parseQueryString(query.c_str(), "en_US", &root) != 0 || validateShortNames(nullptr, 0, root) != 0) {
+        if (parseQueryString(query.c_str(), "en_US", &root) != 0 ||
+            validateShortNames(nullptr, 0, root) != 0) {
             state.SkipWithError("the filter was refused");
             break;
         }
@@ -35,7 +36,8 @@ std::string longFilter()
     std::string query;
     for (int i = 0; i < 99; ++i) {
         query += i == 0 ? "" : (i % 3 ? " && " : " || ");
-        query += i % 2 ? "HOSTNAME != 'host-" + std::string(150, static_cast<char>('a' + i % 26)) + "'" : "PID = " + std::to_string(i);
+        query += i % 2 ? "HOSTNAME != 'host-" + std::string(150, static_cast<char>('a' + i % 26)) + "'"
+                       : "PID = " + std::to_string(i);
     }
     if (query.size() > 10000)
         return {};

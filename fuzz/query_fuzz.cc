@@ -41,7 +41,10 @@ void cleanUp()
     rmdir(gDirectory);
 }
 
-char *literal(const char *text) { return const_cast<char *>(text); }
+char *literal(const char *text)
+{
+    return const_cast<char *>(text);
+}
 
 void makeRecords()
 {

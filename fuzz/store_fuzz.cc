@@ -21,8 +21,8 @@ namespace {
 char gDirectory[] = "/tmp/zelk-store-fuzz-XXXXXX";
 std::string gPath;
 
-const char *const kProperties[] = {"Names", "LogDirectory", "ConfigPath", "FileId", "FileNames",
-                                   "JVMPath", "FormatResource", ""};
+const char *const kProperties[] = {"Names",     "LogDirectory", "ConfigPath",     "FileId",
+                                   "FileNames", "JVMPath",      "FormatResource", ""};
 
 void getAll(UtiPropertyStore &handle)
 {

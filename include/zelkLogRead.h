@@ -60,7 +60,7 @@ extern "C" {
 #define ZELKLOG_RC_NOT_TEXT 18u            /* CTXTOK or WHO compared with something other than a text */
 #define ZELKLOG_RC_NO_OPERATOR 19u         /* the whole filter is a single operand */
 #define ZELKLOG_RC_QUERY_TOO_LARGE 20u     /* more than 199 operator nodes in the query tree */
-#define ZELKLOG_RC_INVALID_UTF8 21u      /* text that is not valid UTF-8 (logging core conversions) */
+#define ZELKLOG_RC_INVALID_UTF8 21u        /* text that is not valid UTF-8 (logging core conversions) */
 #define ZELKLOG_RC_CORRUPT_RECORD 23u      /* a record that cannot be decoded (skipped) */
 #define ZELKLOG_RC_END_OF_FILE 24u         /* the current log file has no more records */
 #define ZELKLOG_RC_NO_MATCH 25u            /* a record that does not match (internal) */
@@ -93,17 +93,17 @@ extern "C" {
 #define ZELKLOG_SEV_CRIT 3u
 #define ZELKLOG_SEV_EMERG 4u
 
-#define ZELKLOG_ARG_WCHAR 0u      /* tag "1": one wide character            */
-#define ZELKLOG_ARG_INT 1u        /* tag "i": size + signed 64-bit            */
-#define ZELKLOG_ARG_UINT 2u       /* tag "u": size + unsigned 64-bit          */
-#define ZELKLOG_ARG_DOUBLE 3u     /* tag "8": double                          */
-#define ZELKLOG_ARG_UINT64 4u     /* tag "9": unsigned 64-bit                 */
-#define ZELKLOG_ARG_WSTRING 5u    /* tag "A": owned wide string               */
-#define ZELKLOG_ARG_DINT 7u       /* tag "D": size + signed 64-bit            */
-#define ZELKLOG_ARG_INT64 8u      /* tag "C": signed 64-bit                   */
-#define ZELKLOG_ARG_LIST 9u       /* tag "(": owned nested argument list      */
-#define ZELKLOG_ARG_XSTRING 10u   /* tag "X": owned narrow string             */
-#define ZELKLOG_ARG_STRING 11u    /* tag "S": owned narrow string             */
+#define ZELKLOG_ARG_WCHAR 0u    /* tag "1": one wide character            */
+#define ZELKLOG_ARG_INT 1u      /* tag "i": size + signed 64-bit            */
+#define ZELKLOG_ARG_UINT 2u     /* tag "u": size + unsigned 64-bit          */
+#define ZELKLOG_ARG_DOUBLE 3u   /* tag "8": double                          */
+#define ZELKLOG_ARG_UINT64 4u   /* tag "9": unsigned 64-bit                 */
+#define ZELKLOG_ARG_WSTRING 5u  /* tag "A": owned wide string               */
+#define ZELKLOG_ARG_DINT 7u     /* tag "D": size + signed 64-bit            */
+#define ZELKLOG_ARG_INT64 8u    /* tag "C": signed 64-bit                   */
+#define ZELKLOG_ARG_LIST 9u     /* tag "(": owned nested argument list      */
+#define ZELKLOG_ARG_XSTRING 10u /* tag "X": owned narrow string             */
+#define ZELKLOG_ARG_STRING 11u  /* tag "S": owned narrow string             */
 
 /* ------------------------------------------------------------------------- */
 /* Query language token codes (also the kinds of query tree nodes) and the   */
@@ -156,21 +156,27 @@ struct ZelkLogMsgArgList;
 
 /* Value of one typed argument; which member is meaningful depends on `type`. */
 typedef union ZelkLogMsgArgValue {
-    wchar_t wideChar;                                  /* ZELKLOG_ARG_WCHAR */
-    struct { uint16_t size; int64_t value; } sizedInt;  /* ZELKLOG_ARG_INT, ZELKLOG_ARG_DINT */
-    struct { uint16_t size; uint64_t value; } sizedUInt;/* ZELKLOG_ARG_UINT */
-    double real;                                       /* ZELKLOG_ARG_DOUBLE */
-    uint64_t uint64;                                   /* ZELKLOG_ARG_UINT64 */
-    wchar_t *wideString;                               /* ZELKLOG_ARG_WSTRING (owned) */
-    int64_t int64;                                     /* ZELKLOG_ARG_INT64 */
-    struct ZelkLogMsgArgList *list;                    /* ZELKLOG_ARG_LIST (owned) */
-    char *string;                                      /* ZELKLOG_ARG_XSTRING, ZELKLOG_ARG_STRING (owned) */
+    wchar_t wideChar; /* ZELKLOG_ARG_WCHAR */
+    struct {
+        uint16_t size;
+        int64_t value;
+    } sizedInt; /* ZELKLOG_ARG_INT, ZELKLOG_ARG_DINT */
+    struct {
+        uint16_t size;
+        uint64_t value;
+    } sizedUInt;                    /* ZELKLOG_ARG_UINT */
+    double real;                    /* ZELKLOG_ARG_DOUBLE */
+    uint64_t uint64;                /* ZELKLOG_ARG_UINT64 */
+    wchar_t *wideString;            /* ZELKLOG_ARG_WSTRING (owned) */
+    int64_t int64;                  /* ZELKLOG_ARG_INT64 */
+    struct ZelkLogMsgArgList *list; /* ZELKLOG_ARG_LIST (owned) */
+    char *string;                   /* ZELKLOG_ARG_XSTRING, ZELKLOG_ARG_STRING (owned) */
 } ZelkLogMsgArgValue;
 
 /* One typed argument of a message. */
 typedef struct ZelkLogMsgArg {
-    uint32_t type;          /* ZELKLOG_ARG_* */
-    uint32_t ownsValue;     /* 1 when value points to storage the argument owns (5, 9, 10, 11) */
+    uint32_t type;      /* ZELKLOG_ARG_* */
+    uint32_t ownsValue; /* 1 when value points to storage the argument owns (5, 9, 10, 11) */
     ZelkLogMsgArgValue value;
 } ZelkLogMsgArg;
 
@@ -187,34 +193,34 @@ typedef struct ZelkLogMsgArgList {
 /* The kind-specific part of a message record: one storage shared by the kinds. */
 typedef struct ZelkLogMsgKindData {
     union {
-        int32_t level;       /* kinds 0, 1 */
-        uint32_t severity;   /* kind 2: ZELKLOG_SEV_* */
-        char *contextText;   /* kind 3, owned, may be null */
+        int32_t level;     /* kinds 0, 1 */
+        uint32_t severity; /* kind 2: ZELKLOG_SEV_* */
+        char *contextText; /* kind 3, owned, may be null */
     } first;
     union {
-        char *who;           /* kinds 0, 1, 2 (kind 2 only in formats 0x10006..0x10008), owned */
-        char *subject;       /* kind 4, owned */
+        char *who;     /* kinds 0, 1, 2 (kind 2 only in formats 0x10006..0x10008), owned */
+        char *subject; /* kind 4, owned */
     } second;
-    int32_t returnValue;     /* kind 4 */
+    int32_t returnValue; /* kind 4 */
 } ZelkLogMsgKindData;
 
 /* One log message.  Cleared (all zero) before filling; released with zelkLogFreeMsg,
  * which releases everything it owns and leaves it cleared with timeMs 0. */
 typedef struct ZelkLogMsg {
-    uint32_t marker;            /* 1 once the decoder has begun to fill the record */
-    uint64_t format;            /* ZELKLOG_FORMAT_* of the log file, set before decoding */
-    uint32_t kind;              /* ZELKLOG_MSG_* */
-    uint64_t productId;         /* format 0x10008: the logset id from the file name */
+    uint32_t marker;    /* 1 once the decoder has begun to fill the record */
+    uint64_t format;    /* ZELKLOG_FORMAT_* of the log file, set before decoding */
+    uint32_t kind;      /* ZELKLOG_MSG_* */
+    uint64_t productId; /* format 0x10008: the logset id from the file name */
     uint64_t originatorId;
-    uint64_t fileId;            /* formats 0x10005..0x10007 only, else 0 */
-    uint64_t auxNumber;         /* carried, not interpreted */
-    int64_t timeMs;             /* milliseconds since 1970-01-01 UTC */
+    uint64_t fileId;    /* formats 0x10005..0x10007 only, else 0 */
+    uint64_t auxNumber; /* carried, not interpreted */
+    int64_t timeMs;     /* milliseconds since 1970-01-01 UTC */
     uint64_t pid;
     uint64_t tid;
-    char *contextToken;         /* owned UTF-8, null when empty */
-    char *auxText;              /* owned UTF-8, null when empty */
-    char fileHeaderText[512];   /* header text of the log file (sorted fetch only) */
-    char logsetName[1032];      /* logset name from the file name (format 0x10008 only) */
+    char *contextToken;       /* owned UTF-8, null when empty */
+    char *auxText;            /* owned UTF-8, null when empty */
+    char fileHeaderText[512]; /* header text of the log file (sorted fetch only) */
+    char logsetName[1032];    /* logset name from the file name (format 0x10008 only) */
     ZelkLogMsgKindData kindData;
     ZelkLogMsgArgList args;
 } ZelkLogMsg;
@@ -240,9 +246,9 @@ typedef struct QueryNode {
 typedef struct QueryParseContext {
     QueryNode *resultTree;
     char *locale;
-    uint32_t abortCode;      /* code with which a rule's action ended the parse */
-    uint32_t operatorCount;  /* operator nodes built so far */
-    char *pendingText;       /* captured text of a BETWEEN lower bound */
+    uint32_t abortCode;     /* code with which a rule's action ended the parse */
+    uint32_t operatorCount; /* operator nodes built so far */
+    char *pendingText;      /* captured text of a BETWEEN lower bound */
 } QueryParseContext;
 
 /* ------------------------------------------------------------------------- */
@@ -253,7 +259,7 @@ typedef struct QueryParseContext {
  * the handle's logical position (0 or negative: none); the handle's position is the
  * descriptor's position minus that count.  zelkLogOs_seek drops the read-ahead. */
 typedef struct LogOsFile {
-    int32_t fd;                 /* -1: not open */
+    int32_t fd; /* -1: not open */
     char area[32768];
     int32_t readerState;
 } LogOsFile;
@@ -276,9 +282,9 @@ typedef struct ZelkLogLocalizerList {
 typedef struct ZelkLogProductCfg {
     char logDirectory[1024];
     char oidNames[1024];
-    char *formatResource;   /* owned, or null */
-    uint32_t changeFlags;   /* ZELKLOG_CFG_OIDNAMES_SET: oidNames was set */
-    uint32_t removalFlags;  /* caller-chosen bits naming settings to remove */
+    char *formatResource;  /* owned, or null */
+    uint32_t changeFlags;  /* ZELKLOG_CFG_OIDNAMES_SET: oidNames was set */
+    uint32_t removalFlags; /* caller-chosen bits naming settings to remove */
     void *coreData;
 } ZelkLogProductCfg;
 
@@ -295,21 +301,21 @@ typedef struct ContextTitleEntry {
     struct ContextTitleEntry *next;
     uint64_t productId;
     uint64_t originatorId;
-    char *token;   /* owned */
-    char *title;   /* owned */
+    char *token; /* owned */
+    char *title; /* owned */
 } ContextTitleEntry;
 
 /* One log file of a query (built by the logging core's GetLogFiles). */
 typedef struct LogFileEntry {
     struct LogFileEntry *next;
-    uint64_t format;          /* ZELKLOG_FORMAT_* of the file's records */
+    uint64_t format; /* ZELKLOG_FORMAT_* of the file's records */
     LogOsFile file;
-    ZelkLogMsg pending;       /* read-ahead record of the sorted fetch; full when timeMs != 0 */
-    uint64_t coreWord1;       /* the logging core's (not read by this library) */
-    uint64_t coreWord2;       /* the logging core's (not read by this library) */
-    int64_t savedOffset;      /* resume position; 0: not started (header still to read) */
+    ZelkLogMsg pending;  /* read-ahead record of the sorted fetch; full when timeMs != 0 */
+    uint64_t coreWord1;  /* the logging core's (not read by this library) */
+    uint64_t coreWord2;  /* the logging core's (not read by this library) */
+    int64_t savedOffset; /* resume position; 0: not started (header still to read) */
     char headerText[512];
-    char logDirectory[1025];  /* ends with "/" */
+    char logDirectory[1025]; /* ends with "/" */
     char fileName[256];
 } LogFileEntry;
 
@@ -332,9 +338,9 @@ typedef struct LogQuery {
 /* Storage and records: provided by the logging core library                */
 /* ------------------------------------------------------------------------- */
 /* Storage of the logging core: everything this library hands out comes from here. */
-ZELKLOG_API void *zelkLogMalloc(size_t size);           /* null when exhausted */
-ZELKLOG_API void zelkLogFree(void *storage);            /* null is ignored */
-ZELKLOG_API char *zelkLogSafeStrdup(const char *text);  /* owned copy; null for null or no memory */
+ZELKLOG_API void *zelkLogMalloc(size_t size);          /* null when exhausted */
+ZELKLOG_API void zelkLogFree(void *storage);           /* null is ignored */
+ZELKLOG_API char *zelkLogSafeStrdup(const char *text); /* owned copy; null for null or no memory */
 /* Releases everything the record owns (nested lists recursively, a partly filled
  * record included) and leaves it cleared with timeMs 0.  A null record is ignored. */
 ZELKLOG_API void zelkLogFreeMsg(ZelkLogMsg *record);
@@ -360,9 +366,8 @@ ZELKLOG_API void zelkLogFreeMsg(ZelkLogMsg *record);
  * a query: release it with zelkLogDestroyQuery, which is safe on every such record.
  * zelkLogCreateQuery and zelkLogCreateQueryEx never adjust for a time zone. */
 ZELKLOG_API uint32_t zelkLogCreateQuery(const char *queryText, const char *locale, LogQuery *query);
-ZELKLOG_API uint32_t zelkLogCreateQueryEx(const char *queryText, const char *locale,
-                                          const char *logDirectory, const char *formatResource,
-                                          LogQuery *query);
+ZELKLOG_API uint32_t zelkLogCreateQueryEx(const char *queryText, const char *locale, const char *logDirectory,
+                                          const char *formatResource, LogQuery *query);
 ZELKLOG_API uint32_t zelkLogCreateQueryEx2(const char *queryText, const char *locale,
                                            const char *logDirectory, const char *formatResource,
                                            int64_t tzOffset, LogQuery *query);
@@ -466,11 +471,12 @@ ZELKLOG_API uint32_t validNodes(int32_t op, QueryNode *a, QueryNode *b);
 ZELKLOG_API QueryNode *addPrevTime(QueryNode *keywordNode, QueryNode *valueNode);
 /* Replaces PRODID/ORGID/FILEID names by ids and numbers the operator nodes in post-order.
  * 0; 26 for an unknown name; 3 for a null root; 20 for a tree of more than 199 operators. */
-ZELKLOG_API uint32_t validateShortNames(ZelkLogProductCfg **configArray, uint64_t configCount, QueryNode *root);
+ZELKLOG_API uint32_t validateShortNames(ZelkLogProductCfg **configArray, uint64_t configCount,
+                                        QueryNode *root);
 /* A new zero-filled node (null when out of memory); see the parser for the arguments. */
 ZELKLOG_API QueryNode *addNewNode(int32_t kind, QueryNode *operandOrToken, QueryNode *second);
-ZELKLOG_API int isoperator(int32_t kind);  /* 1 for 281..288, else 0 */
-ZELKLOG_API void removeTree(QueryNode *root);  /* releases a whole tree; null is ignored */
+ZELKLOG_API int isoperator(int32_t kind);     /* 1 for 281..288, else 0 */
+ZELKLOG_API void removeTree(QueryNode *root); /* releases a whole tree; null is ignored */
 
 #ifndef ZELKLOG_PARSER_TOKENS
 /* Scanner and parser entry points (global state: call only under the parse lock).
@@ -500,9 +506,9 @@ ZELKLOG_API extern char *yytext;
 ZELKLOG_API extern int yyleng;
 ZELKLOG_API extern FILE *yyin;
 ZELKLOG_API extern FILE *yyout;
-ZELKLOG_API extern int yydebug;   /* non-zero: the parser traces its steps on stderr */
+ZELKLOG_API extern int yydebug; /* non-zero: the parser traces its steps on stderr */
 #endif
-ZELKLOG_API extern int errorCode;  /* exported for compatibility; never written or read */
+ZELKLOG_API extern int errorCode; /* exported for compatibility; never written or read */
 
 /* ------------------------------------------------------------------------- */
 /* Evaluation and context titles                                             */
@@ -537,7 +543,8 @@ ZELKLOG_API int64_t zelkLogGetIdFromName(const char *name, uint32_t kind);
  * each string is the caller's, released with zelkLogFree. */
 ZELKLOG_API uint32_t zelkLogGetAllProducts(uint64_t *ids, uint64_t capacity, uint64_t *count);
 ZELKLOG_API uint32_t zelkLogGetAllProductsEx(uint64_t *ids, uint64_t capacity, uint64_t *count, char **names);
-ZELKLOG_API uint32_t zelkLogGetAllOriginators(uint64_t productId, uint64_t *ids, uint64_t capacity, uint64_t *count);
+ZELKLOG_API uint32_t zelkLogGetAllOriginators(uint64_t productId, uint64_t *ids, uint64_t capacity,
+                                              uint64_t *count);
 /* The JVM path setting of the global store.  Get hands out a string released with
  * zelkLogFree.  0; 3 for a null argument; 6 when the store cannot be opened; else a mapped
  * store code (26 when nothing is stored). */

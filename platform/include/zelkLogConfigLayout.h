@@ -14,15 +14,15 @@
 #define ZELKLOG_DEFAULT_CONFIG "/etc/zelklog/zelklog.conf"
 
 /* Product section of the global store */
-#define ZELKLOG_CFG_NAMES "Names"                   /* comma-separated names */
-#define ZELKLOG_CFG_LOG_DIRECTORY "LogDirectory"    /* directory of the product's log files */
-#define ZELKLOG_CFG_CONFIG_PATH "ConfigPath"        /* location of the product's own store */
+#define ZELKLOG_CFG_NAMES "Names"                /* comma-separated names */
+#define ZELKLOG_CFG_LOG_DIRECTORY "LogDirectory" /* directory of the product's log files */
+#define ZELKLOG_CFG_CONFIG_PATH "ConfigPath"     /* location of the product's own store */
 #define ZELKLOG_CFG_FORMAT_RESOURCE "FormatResource"
 
 /* Originator section of a product's store */
-#define ZELKLOG_CFG_FILE_ID "FileId"                /* file id of the originator's log files */
-#define ZELKLOG_CFG_FILE_NAMES "FileNames"          /* comma-separated names of that file id */
-#define ZELKLOG_CFG_DEFAULT_SECTION "Default"       /* section of the default originator */
+#define ZELKLOG_CFG_FILE_ID "FileId"          /* file id of the originator's log files */
+#define ZELKLOG_CFG_FILE_NAMES "FileNames"    /* comma-separated names of that file id */
+#define ZELKLOG_CFG_DEFAULT_SECTION "Default" /* section of the default originator */
 #define ZELKLOG_DEFAULT_ORIGINATOR 112u
 
 /* Logsets: flat form (store path contains ".conf") and nested form */

@@ -8,13 +8,13 @@
 #ifndef ZELKLOG_PROPERTY_STORE_H
 #define ZELKLOG_PROPERTY_STORE_H
 
-#define UTI_PS_IO_ERROR 1u       /* reading, writing, syncing or renaming failed */
-#define UTI_PS_OPEN_FAILED 2u    /* the store could not be opened (no location given) */
-#define UTI_PS_BAD_ARGUMENT 3u   /* null or empty argument, or a handle that is not open */
-#define UTI_PS_NO_MEMORY 4u      /* an allocation failed */
+#define UTI_PS_IO_ERROR 1u     /* reading, writing, syncing or renaming failed */
+#define UTI_PS_OPEN_FAILED 2u  /* the store could not be opened (no location given) */
+#define UTI_PS_BAD_ARGUMENT 3u /* null or empty argument, or a handle that is not open */
+#define UTI_PS_NO_MEMORY 4u    /* an allocation failed */
 /* 5 UTI_PS_DENIED, 6 UTI_PS_NO_STORE, 7 UTI_PS_END: see zelkLogCore.h */
-#define UTI_PS_NOT_FOUND 8u      /* no such section or property */
-#define UTI_PS_CORRUPT 9u        /* the file is not a readable store (garbled, NUL bytes, too large) */
+#define UTI_PS_NOT_FOUND 8u /* no such section or property */
+#define UTI_PS_CORRUPT 9u   /* the file is not a readable store (garbled, NUL bytes, too large) */
 
 /* Largest store file that is read (bytes); a larger file is reported as UTI_PS_CORRUPT. */
 #define UTI_PS_MAX_FILE_SIZE (64u * 1024u * 1024u)

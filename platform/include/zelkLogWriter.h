@@ -22,9 +22,9 @@ extern "C" {
 
 /* Result codes of the writer besides 0, 1 (I/O failure: errno tells more), 3 (bad
  * argument) and 4 (out of memory). */
-#define ZELKLOG_RC_LOGFILE_EXISTS 50u     /* create: a file of that name exists already */
-#define ZELKLOG_RC_NOT_A_LOG_FILE 51u     /* the file has no valid log-file header */
-#define ZELKLOG_RC_RECORD_TOO_LONG 52u    /* serialized text over ZELKLOG_MAX_RECORD_TEXT bytes */
+#define ZELKLOG_RC_LOGFILE_EXISTS 50u  /* create: a file of that name exists already */
+#define ZELKLOG_RC_NOT_A_LOG_FILE 51u  /* the file has no valid log-file header */
+#define ZELKLOG_RC_RECORD_TOO_LONG 52u /* serialized text over ZELKLOG_MAX_RECORD_TEXT bytes */
 
 /* Longest serialized text of one record, in bytes (without a terminator). */
 #define ZELKLOG_MAX_RECORD_TEXT 4095u
@@ -82,8 +82,8 @@ ZELKLOG_API uint32_t zelkLogSerializeMsg(const ZelkLogMsg *record, uint64_t form
  * `suffix` (null: none) must be empty or start with "." (for example ".log" or
  * ".2.log").  getSLidfromfilename reads id and name back from such a name.  Writes the
  * NUL-terminated name into `out` (`capacity` bytes).  0 or 3. */
-ZELKLOG_API uint32_t zelkLogMakeLogSetFileName(uint64_t logsetId, const char *logsetName,
-                                               const char *suffix, char *out, size_t capacity);
+ZELKLOG_API uint32_t zelkLogMakeLogSetFileName(uint64_t logsetId, const char *logsetName, const char *suffix,
+                                               char *out, size_t capacity);
 
 #ifdef __cplusplus
 }

@@ -114,9 +114,8 @@ ZELKLOG_API uint32_t zelkLogCreateQueryEx2(const char *queryText, const char *lo
     return rc;
 }
 
-ZELKLOG_API uint32_t zelkLogCreateQueryEx(const char *queryText, const char *locale,
-                                          const char *logDirectory, const char *formatResource,
-                                          LogQuery *query)
+ZELKLOG_API uint32_t zelkLogCreateQueryEx(const char *queryText, const char *locale, const char *logDirectory,
+                                          const char *formatResource, LogQuery *query)
 {
     return zelkLogCreateQueryEx2(queryText, locale, logDirectory, formatResource, ZELKLOG_NO_TZ_ADJUST,
                                  query);

@@ -44,8 +44,8 @@ void readProductNames(const char *location, const char *section, char **slot)
 // listed, and `onListed` runs for each id stored.  The store is closed, also after a
 // failed open; an enumeration that ends with code 7 is a success.
 template <typename IdOf, typename OnListed>
-uint32_t listSections(UtiPropertyStore &store, uint32_t code, uint64_t *ids, uint64_t capacity, uint64_t *count,
-                      IdOf idOf, OnListed onListed)
+uint32_t listSections(UtiPropertyStore &store, uint32_t code, uint64_t *ids, uint64_t capacity,
+                      uint64_t *count, IdOf idOf, OnListed onListed)
 {
     bool full = false;
     char name[kSectionBuffer];
@@ -100,7 +100,8 @@ ZELKLOG_API uint32_t zelkLogGetAllProductsEx(uint64_t *ids, uint64_t capacity, u
     return listProducts(ids, capacity, count, names);
 }
 
-ZELKLOG_API uint32_t zelkLogGetAllOriginators(uint64_t productId, uint64_t *ids, uint64_t capacity, uint64_t *count)
+ZELKLOG_API uint32_t zelkLogGetAllOriginators(uint64_t productId, uint64_t *ids, uint64_t capacity,
+                                              uint64_t *count)
 {
     if (count == nullptr || ids == nullptr)
         return ZELKLOG_RC_BAD_ARGUMENT;

@@ -19,7 +19,8 @@ uint32_t removeSection(const char *location, const char *section)
 {
     uint32_t outcome = 2;
     UtiPropertyStore store{};
-    if (location != nullptr && *location != '\0' && utiOpenPropertyStore(location, kTop, &store, 0) == UTI_PS_OK)
+    if (location != nullptr && *location != '\0' &&
+        utiOpenPropertyStore(location, kTop, &store, 0) == UTI_PS_OK)
         outcome = utiRemovePropertyRoot(&store, section);
     utiClosePropertyStore(&store);
     return outcome;

@@ -34,8 +34,8 @@ uint32_t nonOidSetting(uint64_t productId, const char *name, const char *value)
         if (CreatePropertyString(path, kTop, &store) != UTI_PS_OK) {
             result = utipsres2zelklogres(UTI_PS_NO_STORE);
         } else {
-            uint32_t code = value != nullptr ? utiSetPropertyAsStr(&store, name, value)
-                                             : utiRemoveProperty(&store, name);
+            uint32_t code =
+                value != nullptr ? utiSetPropertyAsStr(&store, name, value) : utiRemoveProperty(&store, name);
             utiClosePropertyStore(&store);
             result = code == UTI_PS_OK ? ZELKLOG_RC_OK : utipsres2zelklogres(code);
         }

@@ -16,23 +16,23 @@ extern "C" {
 
 /* The header of a log file as ReadHeader reports it. */
 typedef struct ZelkLogFileHeader {
-    uint64_t format;     /* ZELKLOG_FORMAT_* of the file's records */
-    uint32_t flags;      /* ZELKLOG_HEADER_* bits */
-    char text[512];      /* zero-terminated header text */
+    uint64_t format; /* ZELKLOG_FORMAT_* of the file's records */
+    uint32_t flags;  /* ZELKLOG_HEADER_* bits */
+    char text[512];  /* zero-terminated header text */
 } ZelkLogFileHeader;
 
 #define ZELKLOG_HEADER_WRITER_ACTIVE 1u /* a writer still holds the file (ReadHeader answers 48) */
 
 /* A property store handle: owned by the caller, filled by an open. */
 typedef struct UtiPropertyStore {
-    void *state;         /* null when not open */
+    void *state; /* null when not open */
 } UtiPropertyStore;
 
 /* Store codes the library reads itself. */
 #define UTI_PS_OK 0u
-#define UTI_PS_DENIED 5u          /* the store refuses access (read-only or permission) */
-#define UTI_PS_NO_STORE 6u        /* no such store / product has no store */
-#define UTI_PS_END 7u             /* enumeration index past the last section */
+#define UTI_PS_DENIED 5u   /* the store refuses access (read-only or permission) */
+#define UTI_PS_NO_STORE 6u /* no such store / product has no store */
+#define UTI_PS_END 7u      /* enumeration index past the last section */
 
 /* --- storage and the common lock (zelkLogMalloc, zelkLogFree, zelkLogSafeStrdup and
  *     zelkLogFreeMsg are declared in the public header) --- */
@@ -85,8 +85,8 @@ ZELKLOG_API void RemoveAllLocalizers(ZelkLogLocalizerList *list);
 /* Formats a record; *text is set to an owned text (released with zelkLogFree) or stays null. */
 ZELKLOG_API uint32_t LogFormatMessage(ZelkLogLocalizerList *localizers, ContextTitleEntry **contextTitles,
                                       const char *locale, uint32_t flags, uint32_t maxLength,
-                                      const char *formatResource, const ZelkLogMsg *record,
-                                      uint32_t reserved, char **text);
+                                      const char *formatResource, const ZelkLogMsg *record, uint32_t reserved,
+                                      char **text);
 ZELKLOG_API ContextTitleEntry *SearchContextTitleInList(const ZelkLogMsg *record, const char *text,
                                                         const char *token, ContextTitleEntry **contextTitles);
 ZELKLOG_API uint32_t HashString(const char *text, uint32_t buckets);

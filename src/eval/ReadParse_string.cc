@@ -42,11 +42,16 @@ inline const char *constantText(const QueryNode *right, bool isCondition)
 inline int32_t mirrored(int32_t op)
 {
     switch (op) {
-    case LESS: return GREATER;
-    case GREATER: return LESS;
-    case LESSEQ: return GREATEREQ;
-    case GREATEREQ: return LESSEQ;
-    default: return op;
+    case LESS:
+        return GREATER;
+    case GREATER:
+        return LESS;
+    case LESSEQ:
+        return GREATEREQ;
+    case GREATEREQ:
+        return LESSEQ;
+    default:
+        return op;
     }
 }
 

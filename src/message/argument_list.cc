@@ -54,16 +54,21 @@ void releaseArgument(ZelkLogMsgArg *arg)
 {
     if (arg->ownsValue != 0) {
         switch (arg->type) {
-        case ZELKLOG_ARG_WSTRING: zelkLogFree(arg->value.wideString); break;
+        case ZELKLOG_ARG_WSTRING:
+            zelkLogFree(arg->value.wideString);
+            break;
         case ZELKLOG_ARG_XSTRING:
-        case ZELKLOG_ARG_STRING: zelkLogFree(arg->value.string); break;
+        case ZELKLOG_ARG_STRING:
+            zelkLogFree(arg->value.string);
+            break;
         case ZELKLOG_ARG_LIST:
             if (arg->value.list != nullptr) {
                 releaseArgumentList(arg->value.list);
                 zelkLogFree(arg->value.list);
             }
             break;
-        default: break;
+        default:
+            break;
         }
     }
     zelkLogFree(arg);

@@ -12,9 +12,9 @@ namespace zelk::message {
 
 namespace {
 
-constexpr size_t kMaxNumberChars = 20;   // "u" and "9" values
-constexpr uint64_t kMaxWidth = 64;       // "9" and "C" widths
-constexpr size_t kMaxDecimalChars = 200; // "8" tokens
+constexpr size_t kMaxNumberChars = 20;    // "u" and "9" values
+constexpr uint64_t kMaxWidth = 64;        // "9" and "C" widths
+constexpr size_t kMaxDecimalChars = 200;  // "8" tokens
 
 // A typed-number token runs to the next "|", which becomes NUL; the cursor moves behind.
 bool cutToken(TextCursor &cursor, const char **begin, const char **end)
@@ -187,18 +187,30 @@ uint32_t readNestedList(TextCursor &cursor, ZelkLogMsgArg *arg, int depth)
 uint32_t readArgumentValue(TextCursor &cursor, char tag, ZelkLogMsgArg *arg, int depth)
 {
     switch (tag) {
-    case '1': return readWideChar(cursor, arg);
-    case 'A': return readWideString(cursor, arg);
-    case 'S': return readNarrowString(cursor, ZELKLOG_ARG_STRING, arg);
-    case 'X': return readNarrowString(cursor, ZELKLOG_ARG_XSTRING, arg);
-    case 'i': return readSignedSized(cursor, ZELKLOG_ARG_INT, arg);
-    case 'D': return readSignedSized(cursor, ZELKLOG_ARG_DINT, arg);
-    case 'u': return readUnsignedNumber(cursor, false, arg);
-    case '9': return readUnsignedNumber(cursor, true, arg);
-    case 'C': return readSignedWide(cursor, arg);
-    case '8': return readDecimal(cursor, arg);
-    case '(': return readNestedList(cursor, arg, depth);
-    default: return ZELKLOG_RC_FAILURE;
+    case '1':
+        return readWideChar(cursor, arg);
+    case 'A':
+        return readWideString(cursor, arg);
+    case 'S':
+        return readNarrowString(cursor, ZELKLOG_ARG_STRING, arg);
+    case 'X':
+        return readNarrowString(cursor, ZELKLOG_ARG_XSTRING, arg);
+    case 'i':
+        return readSignedSized(cursor, ZELKLOG_ARG_INT, arg);
+    case 'D':
+        return readSignedSized(cursor, ZELKLOG_ARG_DINT, arg);
+    case 'u':
+        return readUnsignedNumber(cursor, false, arg);
+    case '9':
+        return readUnsignedNumber(cursor, true, arg);
+    case 'C':
+        return readSignedWide(cursor, arg);
+    case '8':
+        return readDecimal(cursor, arg);
+    case '(':
+        return readNestedList(cursor, arg, depth);
+    default:
+        return ZELKLOG_RC_FAILURE;
     }
 }
 

@@ -21,21 +21,30 @@ struct Layout {
 bool layoutFor(uint64_t format, Layout *layout)
 {
     switch (format) {
-    case ZELKLOG_FORMAT_10004: *layout = {true, false, false}; return true;
-    case ZELKLOG_FORMAT_10005: *layout = {true, true, false}; return true;
+    case ZELKLOG_FORMAT_10004:
+        *layout = {true, false, false};
+        return true;
+    case ZELKLOG_FORMAT_10005:
+        *layout = {true, true, false};
+        return true;
     case ZELKLOG_FORMAT_10006:
-    case ZELKLOG_FORMAT_10007: *layout = {true, true, true}; return true;
-    case ZELKLOG_FORMAT_10008: *layout = {false, false, true}; return true;
-    default: return false;
+    case ZELKLOG_FORMAT_10007:
+        *layout = {true, true, true};
+        return true;
+    case ZELKLOG_FORMAT_10008:
+        *layout = {false, false, true};
+        return true;
+    default:
+        return false;
     }
 }
 
 // Runs each step in turn until one fails; the failing step's code is the result.
-#define ZELK_READ(step)                  \
-    do {                                 \
-        uint32_t rc_ = (step);           \
-        if (rc_ != ZELKLOG_RC_OK)        \
-            return rc_;                  \
+#define ZELK_READ(step)                                                                                      \
+    do {                                                                                                     \
+        uint32_t rc_ = (step);                                                                               \
+        if (rc_ != ZELKLOG_RC_OK)                                                                            \
+            return rc_;                                                                                      \
     } while (0)
 
 uint32_t readHead(TextCursor &cursor, const Layout &layout, ZelkLogMsg *record)

@@ -60,8 +60,9 @@ uint32_t rewritePrevTime(QueryNode *keywordNode, QueryNode *valueNode, QueryNode
         return ZELKLOG_RC_BAD_DATE;
     const auto start = static_cast<int64_t>(static_cast<uint64_t>(now) - static_cast<uint64_t>(back));
 
-    QueryNode *leaves[4] = {newLeaf(KEYWORDS, ZELKLOGREC_STDATE), newLeaf(INTCONST, static_cast<uint64_t>(start)),
-                            newLeaf(KEYWORDS, ZELKLOGREC_ENDATE), newLeaf(INTCONST, static_cast<uint64_t>(now))};
+    QueryNode *leaves[4] = {
+        newLeaf(KEYWORDS, ZELKLOGREC_STDATE), newLeaf(INTCONST, static_cast<uint64_t>(start)),
+        newLeaf(KEYWORDS, ZELKLOGREC_ENDATE), newLeaf(INTCONST, static_cast<uint64_t>(now))};
     QueryNode *both = newLeaf(AND, 0);
     if (both == nullptr || leaves[0] == nullptr || leaves[1] == nullptr || leaves[2] == nullptr ||
         leaves[3] == nullptr) {

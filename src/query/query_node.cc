@@ -88,7 +88,8 @@ ZELKLOG_API QueryNode *addNewNode(int32_t kind, QueryNode *operandOrToken, Query
             if (token == nullptr || (text = zelk::query::copyUnquoted(token)) == nullptr)
                 return nullptr;
         }
-        QueryNode *leaf = zelk::query::newLeaf(kind, text != nullptr ? reinterpret_cast<uintptr_t>(text) : tokenValue);
+        QueryNode *leaf =
+            zelk::query::newLeaf(kind, text != nullptr ? reinterpret_cast<uintptr_t>(text) : tokenValue);
         if (leaf == nullptr) {
             zelkLogFree(text);
             return nullptr;

@@ -20,7 +20,8 @@ uint32_t resolve(ZelkLogProductCfg **configArray, uint64_t configCount, QueryNod
     if (!namesAnIdentifier(node->left) || name == nullptr || name->kind != STRINGCONST)
         return ZELKLOG_RC_OK;
     char *text = reinterpret_cast<char *>(static_cast<uintptr_t>(name->value));
-    const uint64_t id = GetIdFromName(configArray, configCount, static_cast<uint32_t>(node->left->value), text);
+    const uint64_t id =
+        GetIdFromName(configArray, configCount, static_cast<uint32_t>(node->left->value), text);
     if (id == 0)
         return ZELKLOG_RC_UNKNOWN_NAME;
     zelkLogFree(text);
@@ -35,7 +36,8 @@ extern "C" {
 
 // Post-order over the operator nodes (left subtree, right subtree, node) without
 // recursion: the stack holds the path from the root, `last` the node finished last.
-ZELKLOG_API uint32_t validateShortNames(ZelkLogProductCfg **configArray, uint64_t configCount, QueryNode *root)
+ZELKLOG_API uint32_t validateShortNames(ZelkLogProductCfg **configArray, uint64_t configCount,
+                                        QueryNode *root)
 {
     if (root == nullptr)
         return ZELKLOG_RC_BAD_ARGUMENT;

@@ -57,12 +57,12 @@ ZELKLOG_API uint32_t GetDateTimeFormat(int32_t timeStyle, int32_t dateStyle, dou
     u_uastrcpy(zone, "GMT");
 
     const double offset = static_cast<double>(getLocalTZOffsetFromGMT());
-    const UDate instant = time == 0.0 ? ucal_getNow() - offset * kMsPerSecond
-                                      : kMsPerSecond * (time - offset);
+    const UDate instant =
+        time == 0.0 ? ucal_getNow() - offset * kMsPerSecond : kMsPerSecond * (time - offset);
 
-    UDateFormat *format = udat_open(static_cast<UDateFormatStyle>(timeStyle),
-                                    static_cast<UDateFormatStyle>(dateStyle), locale, zone, 3, nullptr, -1,
-                                    &status);
+    UDateFormat *format =
+        udat_open(static_cast<UDateFormatStyle>(timeStyle), static_cast<UDateFormatStyle>(dateStyle), locale,
+                  zone, 3, nullptr, -1, &status);
     *formatter = format;
 
     int32_t length = udat_format(format, instant, nullptr, 0, nullptr, &status);
@@ -133,7 +133,8 @@ ZELKLOG_API uint32_t zelkLogGetDateFromFormat(int32_t timeStyle, int32_t dateSty
 
     UErrorCode status = U_ZERO_ERROR;
     int32_t position = 0;
-    const UDate parsed = udat_parse(static_cast<UDateFormat *>(formatter), buffer, length, &position, &status);
+    const UDate parsed =
+        udat_parse(static_cast<UDateFormat *>(formatter), buffer, length, &position, &status);
 
     uint32_t result = status == U_ZERO_ERROR ? ZELKLOG_RC_OK : ZELKLOG_RC_FAILURE;
     const double seconds = std::trunc(parsed / kMsPerSecond);

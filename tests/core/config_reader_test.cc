@@ -13,7 +13,9 @@ struct ConfigArray {
     uint64_t count = 0;
     uint32_t code;
     explicit ConfigArray(uint32_t capacity = ZELKLOG_MAX_PRODUCTS)
-        : code(zelkLogReadAllCfg(0, capacity, records, &count)) {}
+        : code(zelkLogReadAllCfg(0, capacity, records, &count))
+    {
+    }
     ~ConfigArray() { FreeConfigArray(records, count); }
     uint64_t id(uint32_t field, const char *name) { return GetIdFromName(records, count, field, name); }
 };
@@ -23,7 +25,11 @@ struct ConfigArray {
 class ConfigReader : public ::testing::Test {
 protected:
     ConfigFixture config{{
-        {7, {"billing", "Bill"}, "", {{112, {"main"}}, {5, {"worker", "batch"}, 9, {"jobs", "queue"}}}, "fmt7"},
+        {7,
+         {"billing", "Bill"},
+         "",
+         {{112, {"main"}}, {5, {"worker", "batch"}, 9, {"jobs", "queue"}}},
+         "fmt7"},
         {12, {"shop"}, "/var/log/shop", {{3, {"cart"}, 31, {"orders"}}}},
     }};
 };
@@ -38,11 +44,16 @@ TEST_F(ConfigReader, DeliversEveryProductAndLooksUpNames)
     EXPECT_STREQ(array.records[1]->logDirectory, "/var/log/shop/");
     EXPECT_EQ(array.records[1]->formatResource, nullptr);
     EXPECT_EQ(array.records[1]->changeFlags, 0u);
-    const struct { uint32_t field; const char *name; uint64_t id; } cases[] = {
-        {ZELKLOGREC_PRODID, "BILL", 7},    {ZELKLOGREC_PRODID, "shop", 12},    {ZELKLOGREC_PRODID, "main", 0},
-        {ZELKLOGREC_ORGID, "Batch", 5},    {ZELKLOGREC_ORGID, "cart", 3},      {ZELKLOGREC_SHORGID, "queue", 9},
-        {ZELKLOGREC_SHORGID, "worker", 0}, {ZELKLOGREC_SUBJECT, "billing", 0}, {ZELKLOGREC_PRODID, "bil", 0},
-        {ZELKLOGREC_PRODID, nullptr, 0},
+    const struct {
+        uint32_t field;
+        const char *name;
+        uint64_t id;
+    } cases[] = {
+        {ZELKLOGREC_PRODID, "BILL", 7},    {ZELKLOGREC_PRODID, "shop", 12},
+        {ZELKLOGREC_PRODID, "main", 0},    {ZELKLOGREC_ORGID, "Batch", 5},
+        {ZELKLOGREC_ORGID, "cart", 3},     {ZELKLOGREC_SHORGID, "queue", 9},
+        {ZELKLOGREC_SHORGID, "worker", 0}, {ZELKLOGREC_SUBJECT, "billing", 0},
+        {ZELKLOGREC_PRODID, "bil", 0},     {ZELKLOGREC_PRODID, nullptr, 0},
     };
     for (const auto &c : cases)
         EXPECT_EQ(array.id(c.field, c.name), c.id) << c.field << " " << (c.name ? c.name : "(null)");

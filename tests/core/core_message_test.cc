@@ -11,12 +11,22 @@ namespace {
 
 TEST(Utf8Conversion, MultibyteAndWide)
 {
-    const struct { std::string bytes; std::wstring wide; } valid[] = {
-        {"", L""}, {"\xC3\xA9t\xE2\x82\xAC", L"\u00e9t\u20ac"}, {"\xF4\x8F\xBF\xBF", L"\U0010FFFF"},
+    const struct {
+        std::string bytes;
+        std::wstring wide;
+    } valid[] = {
+        {"", L""},
+        {"\xC3\xA9t\xE2\x82\xAC", L"\u00e9t\u20ac"},
+        {"\xF4\x8F\xBF\xBF", L"\U0010FFFF"},
     };
     const std::string invalid[] = {
-        "\xC0\xAF", "\xF0\x80\x80\xAF", "a\xED\xBF\xBF", "\xF4\x90\x80\x80",  // overlong, surrogate, too large
-        "ab\xE2\x82", "\x80", std::string("a\0b", 3),
+        "\xC0\xAF",
+        "\xF0\x80\x80\xAF",
+        "a\xED\xBF\xBF",
+        "\xF4\x90\x80\x80",  // overlong, surrogate, too large
+        "ab\xE2\x82",
+        "\x80",
+        std::string("a\0b", 3),
     };
     for (const auto &c : valid) {
         char *narrow = nullptr;

@@ -59,7 +59,12 @@ TEST(GetLogFiles, OldestFirstAcrossDirectoriesSkippingWhatIsNoLogFile)
 {
     TempDir one;
     TempDir two;
-    const struct { TempDir *dir; const char *name; int64_t modified; uint64_t format; } files[] = {
+    const struct {
+        TempDir *dir;
+        const char *name;
+        int64_t modified;
+        uint64_t format;
+    } files[] = {
         {&one, "c.log", 300, ZELKLOG_FORMAT_10006}, {&one, "b.log", 100, ZELKLOG_FORMAT_10004},
         {&two, "a.log", 100, ZELKLOG_FORMAT_10008}, {&two, "d.log", 200, ZELKLOG_FORMAT_10005},
         {&one, "a.log", 100, ZELKLOG_FORMAT_10007},
@@ -79,9 +84,10 @@ TEST(GetLogFiles, OldestFirstAcrossDirectoriesSkippingWhatIsNoLogFile)
     uint32_t code = 99;
     // The first directory is named twice (once without its "/"); a missing one is skipped.
     // By modification time, then name, then the order of the directories.
-    EXPECT_EQ(listFiles({oneNoSlash, two.file("missing/"), two.path(), one.path()}, &code),
-              (std::vector<std::string>{one.file("a.log 10007"), two.file("a.log 10008"), one.file("b.log 10004"),
-                                        two.file("d.log 10005"), one.file("c.log 10006")}));
+    EXPECT_EQ(
+        listFiles({oneNoSlash, two.file("missing/"), two.path(), one.path()}, &code),
+        (std::vector<std::string>{one.file("a.log 10007"), two.file("a.log 10008"), one.file("b.log 10004"),
+                                  two.file("d.log 10005"), one.file("c.log 10006")}));
     EXPECT_EQ(code, 0u);
 }
 
@@ -112,18 +118,29 @@ TEST(GetLogFiles, NoFilesIsAnEmptyListAndBadArgumentsAreRefused)
 TEST(LogSetFileName, PatternIsReadBackAndOtherNamesRejected)
 {
     const std::string longest(135, 'n');
-    const struct { std::string fileName; uint64_t id; std::string name; } cases[] = {  // id 0: no logset
-        {"ls-00000000000000AB-Up", 0xab, "Up"},           {"ls-ffffffffffffffff-a_b-c.7.log", ~0ull, "a_b-c"},
-        {"ls-0000000000000001-" + longest, 1, longest},  {"ls-0000000000000001-" + longest + "n", 0, ""},
-        {"ls-000000000000001-short", 0, ""},              {"ls-000000000000001g-bad", 0, ""},
-        {"ls-0000000000000000-zero", 0, ""},              {"ls-0000000000000001-.log", 0, ""},
-        {"LS-0000000000000001-name", 0, ""},              {"ls-0000000000000001-dir/name", 0, ""},
+    const struct {
+        std::string fileName;
+        uint64_t id;
+        std::string name;
+    } cases[] = {
+        // id 0: no logset
+        {"ls-00000000000000AB-Up", 0xab, "Up"},
+        {"ls-ffffffffffffffff-a_b-c.7.log", ~0ull, "a_b-c"},
+        {"ls-0000000000000001-" + longest, 1, longest},
+        {"ls-0000000000000001-" + longest + "n", 0, ""},
+        {"ls-000000000000001-short", 0, ""},
+        {"ls-000000000000001g-bad", 0, ""},
+        {"ls-0000000000000000-zero", 0, ""},
+        {"ls-0000000000000001-.log", 0, ""},
+        {"LS-0000000000000001-name", 0, ""},
+        {"ls-0000000000000001-dir/name", 0, ""},
     };
     for (const auto &c : cases) {
         uint64_t id = 7;
         char name[136] = "x";
         char scratch[17];
-        EXPECT_EQ(getSLidfromfilename(c.fileName.c_str(), &id, name, scratch), c.id != 0 ? 1 : 0) << c.fileName;
+        EXPECT_EQ(getSLidfromfilename(c.fileName.c_str(), &id, name, scratch), c.id != 0 ? 1 : 0)
+            << c.fileName;
         EXPECT_EQ(id, c.id) << c.fileName;
         EXPECT_EQ(name, c.name) << c.fileName;
     }
@@ -153,12 +170,11 @@ TEST(UpdateQueryForTZ, ShiftsOnlyDateConstants)
     QueryNode *end = node(INTCONST, 2000);
     QueryNode *pid = node(INTCONST, 1000);
     QueryNode *big = node(INTCONST, uint64_t(INT64_MAX - 5));
-    QueryNode *root = node(
-        OR, 0,
-        node(AND, 0, node(GREATEREQ, 0, node(KEYWORDS, ZELKLOGREC_STDATE), start),
-             node(GREATER, 0, end, node(KEYWORDS, ZELKLOGREC_ENDATE))),
-        node(AND, 0, node(EQUAL, 0, node(KEYWORDS, ZELKLOGREC_PID), pid),
-             node(LESS, 0, node(KEYWORDS, ZELKLOGREC_STDATE), big)));
+    QueryNode *root = node(OR, 0,
+                           node(AND, 0, node(GREATEREQ, 0, node(KEYWORDS, ZELKLOGREC_STDATE), start),
+                                node(GREATER, 0, end, node(KEYWORDS, ZELKLOGREC_ENDATE))),
+                           node(AND, 0, node(EQUAL, 0, node(KEYWORDS, ZELKLOGREC_PID), pid),
+                                node(LESS, 0, node(KEYWORDS, ZELKLOGREC_STDATE), big)));
     EXPECT_EQ(updateQueryForTZ(root, -3600), 0u);
     EXPECT_EQ(int64_t(start->value), -2600);
     EXPECT_EQ(int64_t(end->value), -1600);

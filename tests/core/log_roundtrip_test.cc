@@ -97,13 +97,15 @@ TEST(LogRoundTrip, EveryFormatAndKindThroughAFile)
             ASSERT_EQ(zelkLogMsgUnserialize(&message, &a), 0u) << written;
             EXPECT_EQ(zelk::test::serialize(a, format), written);
             EXPECT_EQ(a.productId, format != ZELKLOG_FORMAT_10008 ? e.productId : 0);
-            EXPECT_EQ(a.fileId, format != ZELKLOG_FORMAT_10004 && format != ZELKLOG_FORMAT_10008 ? e.fileId : 0);
+            EXPECT_EQ(a.fileId,
+                      format != ZELKLOG_FORMAT_10004 && format != ZELKLOG_FORMAT_10008 ? e.fileId : 0);
             if (e.kind == ZELKLOG_MSG_APP) {
                 EXPECT_EQ(a.kindData.second.who == nullptr, format < ZELKLOG_FORMAT_10006);
             }
             EXPECT_EQ(a.auxText == nullptr, e.auxText == nullptr);
             if (e.args.args == arguments.top) {  // the double exactly, not only as printed
-                EXPECT_EQ(std::memcmp(&a.args.args[3]->value.real, &arguments.a[3].value.real, sizeof(double)), 0);
+                EXPECT_EQ(
+                    std::memcmp(&a.args.args[3]->value.real, &arguments.a[3].value.real, sizeof(double)), 0);
             }
             zelkLogFreeMsg(&a);
         }

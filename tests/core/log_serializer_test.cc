@@ -61,8 +61,10 @@ TEST(LogSerializer, Refusals)
     size_t length = 99;
     EXPECT_EQ(zelkLogSerializeMsg(&record, 0x10009, text, sizeof text, &length), ZELKLOG_RC_BAD_ARGUMENT);
     EXPECT_EQ(length, 0u);
-    EXPECT_EQ(zelkLogSerializeMsg(nullptr, ZELKLOG_FORMAT_10006, text, sizeof text, &length), ZELKLOG_RC_BAD_ARGUMENT);
-    EXPECT_EQ(zelkLogSerializeMsg(&record, ZELKLOG_FORMAT_10006, text, 10, &length), ZELKLOG_RC_RECORD_TOO_LONG);
+    EXPECT_EQ(zelkLogSerializeMsg(nullptr, ZELKLOG_FORMAT_10006, text, sizeof text, &length),
+              ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(zelkLogSerializeMsg(&record, ZELKLOG_FORMAT_10006, text, 10, &length),
+              ZELKLOG_RC_RECORD_TOO_LONG);
     EXPECT_STREQ(text, "");
 
     std::string big(4095, 'b');
@@ -83,16 +85,32 @@ TEST(LogSerializer, Refusals)
     for (int depth : {32, 33}) {
         record.args = lists[33 - depth];
         EXPECT_EQ(zelkLogSerializeMsg(&record, ZELKLOG_FORMAT_10006, text, sizeof text, &length),
-                  depth == 32 ? ZELKLOG_RC_OK : ZELKLOG_RC_BAD_ARGUMENT) << depth;
+                  depth == 32 ? ZELKLOG_RC_OK : ZELKLOG_RC_BAD_ARGUMENT)
+            << depth;
     }
 
-    const struct { const char *name; void (*spoil)(ZelkLogMsg &, ZelkLogMsgArg &); } cases[] = {
+    const struct {
+        const char *name;
+        void (*spoil)(ZelkLogMsg &, ZelkLogMsgArg &);
+    } cases[] = {
         {"kind 5", [](ZelkLogMsg &r, ZelkLogMsgArg &) { r.kind = 5; }},
         {"11-digit message id", [](ZelkLogMsg &r, ZelkLogMsgArg &) { r.args.msgId = 10000000000ull; }},
         {"argument type 6", [](ZelkLogMsg &, ZelkLogMsgArg &a) { a.type = 6; }},
-        {"surrogate", [](ZelkLogMsg &, ZelkLogMsgArg &a) { a.type = ZELKLOG_ARG_WCHAR; a.value.wideChar = 0xD800; }},
-        {"beyond Unicode", [](ZelkLogMsg &, ZelkLogMsgArg &a) { a.type = ZELKLOG_ARG_WCHAR; a.value.wideChar = 0x110000; }},
-        {"null nested list", [](ZelkLogMsg &, ZelkLogMsgArg &a) { a.type = ZELKLOG_ARG_LIST; a.value.list = nullptr; }},
+        {"surrogate",
+         [](ZelkLogMsg &, ZelkLogMsgArg &a) {
+             a.type = ZELKLOG_ARG_WCHAR;
+             a.value.wideChar = 0xD800;
+         }},
+        {"beyond Unicode",
+         [](ZelkLogMsg &, ZelkLogMsgArg &a) {
+             a.type = ZELKLOG_ARG_WCHAR;
+             a.value.wideChar = 0x110000;
+         }},
+        {"null nested list",
+         [](ZelkLogMsg &, ZelkLogMsgArg &a) {
+             a.type = ZELKLOG_ARG_LIST;
+             a.value.list = nullptr;
+         }},
     };
     for (const auto &c : cases) {
         ZelkLogMsg r = makeRecord({});
@@ -101,7 +119,8 @@ TEST(LogSerializer, Refusals)
         ZelkLogMsgArg *args[] = {&arg, nullptr};
         r.args.args = args;
         c.spoil(r, arg);
-        EXPECT_EQ(zelkLogSerializeMsg(&r, ZELKLOG_FORMAT_10006, text, sizeof text, &length), ZELKLOG_RC_BAD_ARGUMENT)
+        EXPECT_EQ(zelkLogSerializeMsg(&r, ZELKLOG_FORMAT_10006, text, sizeof text, &length),
+                  ZELKLOG_RC_BAD_ARGUMENT)
             << c.name;
     }
 }

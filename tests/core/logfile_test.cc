@@ -104,8 +104,9 @@ TEST(LogFile, BadInput)
     const std::string b = dir.file("b.log");
     EXPECT_EQ(zelkLogWriterCreate(dir.file("a.log").c_str(), ZELKLOG_FORMAT_10006, "", 0660, &other),
               ZELKLOG_RC_LOGFILE_EXISTS);
-    EXPECT_EQ(zelkLogWriterCreate(b.c_str(), ZELKLOG_FORMAT_10006, textOfLength(512, 0).c_str(), 0660, &other),
-              ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(
+        zelkLogWriterCreate(b.c_str(), ZELKLOG_FORMAT_10006, textOfLength(512, 0).c_str(), 0660, &other),
+        ZELKLOG_RC_BAD_ARGUMENT);
     EXPECT_EQ(other, nullptr);
     writeBytes(dir.file("junk"), std::string(600, 'j'));
     EXPECT_EQ(zelkLogWriterOpen(dir.file("junk").c_str(), &other), ZELKLOG_RC_NOT_A_LOG_FILE);
@@ -185,8 +186,8 @@ TEST(LogFile, TornAndPartlyWrittenLastRecord)
 TEST(LogFile, DamagedFrameInTheMiddle)
 {
     const std::pair<size_t, std::string> cases[] = {
-        {kFrameBytes + 1, "sfcond"},      // text: the damaged text as it stands
-        {5, "second"},                    // checksum, framing whole: the frame's text
+        {kFrameBytes + 1, "sfcond"},    // text: the damaged text as it stands
+        {5, "second"},                  // checksum, framing whole: the frame's text
         {0, std::string("\xf6R\x06")},  // marker: raw bytes up to the next frame (a NUL ends the text)
     };
     TempDir dir;
@@ -237,7 +238,8 @@ TEST(LogFile, ReaderFollowsSeveralWritingProcesses)
     LogFile file(path, ZELKLOG_FORMAT_10008);
     constexpr int kWriters = 3, kEach = 1000;
     auto text = [](int w, int i) {
-        return std::to_string(w) + ":" + std::to_string(i) + ":" + textOfLength(size_t(i * 13 % 3000), char(w));
+        return std::to_string(w) + ":" + std::to_string(i) + ":" +
+               textOfLength(size_t(i * 13 % 3000), char(w));
     };
     std::vector<pid_t> children;
     for (int w = 0; w < kWriters; ++w) {

@@ -34,8 +34,14 @@ struct TestRecord {
     TestRecord &unsigned64(uint64_t value) { return add(ZELKLOG_ARG_UINT64).uint64 = value, *this; }
     TestRecord &real(double value) { return add(ZELKLOG_ARG_DOUBLE).real = value, *this; }
     TestRecord &letter(wchar_t value) { return add(ZELKLOG_ARG_WCHAR).wideChar = value, *this; }
-    TestRecord &wide(const wchar_t *value) { return add(ZELKLOG_ARG_WSTRING).wideString = wides_.emplace_back(value).data(), *this; }
-    TestRecord &nested(TestRecord &inner) { return add(ZELKLOG_ARG_LIST).list = &inner.msg.args, *this; }  // inner outlives
+    TestRecord &wide(const wchar_t *value)
+    {
+        return add(ZELKLOG_ARG_WSTRING).wideString = wides_.emplace_back(value).data(), *this;
+    }
+    TestRecord &nested(TestRecord &inner)
+    {
+        return add(ZELKLOG_ARG_LIST).list = &inner.msg.args, *this;
+    }  // inner outlives
     TestRecord &token(const char *value) { return msg.contextToken = keep(value), *this; }
     char *keep(const char *value) { return strings_.emplace_back(value).data(); }
     ZelkLogMsg *get() { return &msg; }
@@ -61,20 +67,18 @@ class MessageFormat : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        write("root.ini",
-              "[messages]\n"
-              "1001 = Could not open {0}: error {1,number,integer}\n"
-              "1002 = Root only: {0}\n"
-              "2000 = Context {0}\n"
-              "3000 = Copied {0, plural, one {# file} other {# files}}\n");
-        write("de.ini",
-              "; German texts\n"
-              "[messages]\n"
-              "1001 = Datei {0} nicht geöffnet: Fehler {1,number,integer}\n"
-              "0x3ED = Lange Meldung mit {0}\n"
-              "   und Fortsetzung\n"
-              "[product 42]\n"
-              "1001 = Produkt 42: {0} fehlt\n");
+        write("root.ini", "[messages]\n"
+                          "1001 = Could not open {0}: error {1,number,integer}\n"
+                          "1002 = Root only: {0}\n"
+                          "2000 = Context {0}\n"
+                          "3000 = Copied {0, plural, one {# file} other {# files}}\n");
+        write("de.ini", "; German texts\n"
+                        "[messages]\n"
+                        "1001 = Datei {0} nicht geöffnet: Fehler {1,number,integer}\n"
+                        "0x3ED = Lange Meldung mit {0}\n"
+                        "   und Fortsetzung\n"
+                        "[product 42]\n"
+                        "1001 = Produkt 42: {0} fehlt\n");
         write("de_AT.ini", "[messages]\n3000 = {0} Dateien kopiert (AT)\n");
         InitializeLocalizerList(&list_);
     }
@@ -84,8 +88,9 @@ protected:
         std::ofstream(catalogues_.file(name), std::ios::binary) << content;
     }
     // Formats with the fixture's localiser list and catalogue directory.
-    std::string format(const ZelkLogMsg *record, const char *locale, uint32_t flags = 0, uint32_t maxLength = 0,
-                       ContextTitleEntry **titles = nullptr, const char *directory = "")
+    std::string format(const ZelkLogMsg *record, const char *locale, uint32_t flags = 0,
+                       uint32_t maxLength = 0, ContextTitleEntry **titles = nullptr,
+                       const char *directory = "")
     {
         char *text = nullptr;
         uint32_t rc = LogFormatMessage(&list_, titles, locale, flags, maxLength,
@@ -109,11 +114,17 @@ TEST_F(MessageFormat, CatalogueTextsWithFallback)
     continued.id(0x3ED).letter(L'\u00e9');
     plural.id(3000).integer(1);
     huge.id(1002).unsigned64(UINT64_MAX);
-    const struct { const char *name; const ZelkLogMsg *record; const char *locale, *expected; } cases[] = {
+    const struct {
+        const char *name;
+        const ZelkLogMsg *record;
+        const char *locale, *expected;
+    } cases[] = {
         {"root text, en grouping", otherProduct.get(), "en_US", "Could not open a.txt: error 1,234"},
-        {"de text, de grouping", otherProduct.get(), "de_DE", u8"Datei a.txt nicht ge\u00f6ffnet: Fehler 1.234"},
+        {"de text, de grouping", otherProduct.get(), "de_DE",
+         u8"Datei a.txt nicht ge\u00f6ffnet: Fehler 1.234"},
         {"product section first", open.get(), "de", "Produkt 42: a.txt fehlt"},
-        {"de_AT falls back to de", otherProduct.get(), "de_AT", u8"Datei a.txt nicht ge\u00f6ffnet: Fehler 1\u00a0234"},
+        {"de_AT falls back to de", otherProduct.get(), "de_AT",
+         u8"Datei a.txt nicht ge\u00f6ffnet: Fehler 1\u00a0234"},
         {"de falls back to root", rootOnly.get(), "de_AT", u8"Root only: Gr\u00fc\u00dfe"},
         {"locale without file", rootOnly.get(), "fr_FR", u8"Root only: Gr\u00fc\u00dfe"},
         {"continuation line", continued.get(), "de-DE", u8"Lange Meldung mit \u00e9 und Fortsetzung"},
@@ -137,7 +148,11 @@ TEST_F(MessageFormat, UnknownIdentifiersShowIdAndArguments)
     noId.msg.auxText = noId.keep("free text");
     context.msg.kind = ZELKLOG_MSG_CTX;
     context.msg.kindData.first.contextText = context.keep("Nightly backup");
-    const struct { const char *name; const ZelkLogMsg *record; const char *expected; } cases[] = {
+    const struct {
+        const char *name;
+        const ZelkLogMsg *record;
+        const char *expected;
+    } cases[] = {
         {"plain arguments", unknown.get(), "#4711 (a.txt, -5, 2.5, 18446744073709551615, x)"},
         {"no arguments", bare.get(), "#4712"},
         {"nested lists", withNested.get(), "#4713 (Root only: inner, [#99 (1)])"},
@@ -146,7 +161,8 @@ TEST_F(MessageFormat, UnknownIdentifiersShowIdAndArguments)
     };
     for (const auto &c : cases) {
         EXPECT_EQ(format(c.record, "de_DE"), c.expected) << c.name;
-        const char *directory = c.record != withNested.get() ? "/nonexistent/dir" : "";  // no catalogues at all
+        const char *directory =
+            c.record != withNested.get() ? "/nonexistent/dir" : "";  // no catalogues at all
         EXPECT_EQ(format(c.record, "de_DE", 0, 0, nullptr, directory), c.expected) << c.name;
     }
 }
@@ -169,7 +185,6 @@ TEST_F(MessageFormat, UnusableCataloguesAreSkipped)
     EXPECT_EQ(format(rootOnly.get(), "es"), "Root only: b");
     write("pt.ini", "[messages]\n1002 = " + longest + "\n");
     EXPECT_EQ(format(rootOnly.get(), "pt"), longest);
-
 }
 
 TEST_F(MessageFormat, LineFieldsFollowTheFlags)
@@ -189,8 +204,13 @@ TEST_F(MessageFormat, LineFieldsFollowTheFlags)
     const std::string time = u8"Nov 15, 2023, 3:43:20\u202fAM";
     const std::pair<uint32_t, std::string> cases[] = {
         {0xF03, time + " | ERR | prod 42 orig 112 | pid 100 tid 7 | Backup | Could not open a.txt: error 3"},
-        {0x005, u8"Nov 15, 2023, 3:43:20.123\u202fAM"}, {0x008, "who joe"}, {0x110, "prod 42 orig 112 file 5"},
-        {0x020, "aux 9 aux"}, {0x040, "Backup (tok-1)"}, {0x080, "nightly"}, {0xF000, ""},
+        {0x005, u8"Nov 15, 2023, 3:43:20.123\u202fAM"},
+        {0x008, "who joe"},
+        {0x110, "prod 42 orig 112 file 5"},
+        {0x020, "aux 9 aux"},
+        {0x040, "Backup (tok-1)"},
+        {0x080, "nightly"},
+        {0xF000, ""},
     };
     for (const auto &[flags, expected] : cases)
         EXPECT_EQ(format(record.get(), "en_US", flags, 0, titles), expected) << std::hex << flags;
@@ -228,8 +248,12 @@ TEST_F(MessageFormat, CutsOnCharacterBoundaries)
     TestRecord record;
     record.id(0).text(u8"a\u00fc\u20ac\U0001F600z");  // 1 + 2 + 3 + 4 + 1 bytes
     const std::pair<uint32_t, const char *> cases[] = {
-        {0, u8"a\u00fc\u20ac\U0001F600z"}, {2, "a"}, {5, u8"a\u00fc"}, {9, u8"a\u00fc\u20ac"},
-        {10, u8"a\u00fc\u20ac\U0001F600"}, {1000, u8"a\u00fc\u20ac\U0001F600z"},
+        {0, u8"a\u00fc\u20ac\U0001F600z"},
+        {2, "a"},
+        {5, u8"a\u00fc"},
+        {9, u8"a\u00fc\u20ac"},
+        {10, u8"a\u00fc\u20ac\U0001F600"},
+        {1000, u8"a\u00fc\u20ac\U0001F600z"},
     };
     for (const auto &[maxLength, expected] : cases)
         EXPECT_EQ(format(record.get(), "en", 0, maxLength), expected) << maxLength;
@@ -251,7 +275,8 @@ TEST_F(MessageFormat, CataloguesAreCachedPerList)
     // Without a list of its own, every call reads the catalogues afresh.
     char *text = nullptr;
     write("root.ini", "[messages]\n1002 = Again: {0}\n");
-    ASSERT_EQ(LogFormatMessage(nullptr, nullptr, "en", 0, 0, dir_.c_str(), record.get(), 0, &text), ZELKLOG_RC_OK);
+    ASSERT_EQ(LogFormatMessage(nullptr, nullptr, "en", 0, 0, dir_.c_str(), record.get(), 0, &text),
+              ZELKLOG_RC_OK);
     EXPECT_STREQ(text, "Again: x");
     zelkLogFree(text);
 }
@@ -260,11 +285,13 @@ TEST_F(MessageFormat, RefusesMissingArguments)
 {
     TestRecord record;
     char *text = reinterpret_cast<char *>(&record);
-    EXPECT_EQ(LogFormatMessage(&list_, nullptr, "en", 0, 0, nullptr, nullptr, 0, &text), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(LogFormatMessage(&list_, nullptr, "en", 0, 0, nullptr, nullptr, 0, &text),
+              ZELKLOG_RC_BAD_ARGUMENT);
     EXPECT_EQ(text, nullptr);
     EXPECT_EQ(LogFormatMessage(&list_, nullptr, "en", 0, 0, nullptr, record.get(), 0, nullptr),
               ZELKLOG_RC_BAD_ARGUMENT);
-    EXPECT_EQ(zelkLogFormatMessageEx(nullptr, "en", 0, 0xF03, 0, record.get(), &text), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(zelkLogFormatMessageEx(nullptr, "en", 0, 0xF03, 0, record.get(), &text),
+              ZELKLOG_RC_BAD_ARGUMENT);
     EXPECT_EQ(text, nullptr);
 }
 

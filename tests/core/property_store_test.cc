@@ -42,10 +42,14 @@ TEST(PropertyStore, AnyNameAndValueSurvivesTheFile)
     ConfigFixture config;
     std::string location = config.path("odd.conf");
     const std::vector<std::pair<std::string, std::string>> cases = {
-        {"a=b:c;d#e[f]g", "x = y ; not a comment # nor this"},  {"  padded  ", "  padded value\t "},
-        {"#looks like a comment", "[x]"},  {"back\\slash", "C:\\temp\\x41\\n"},
-        {"multi\nline\r\nname", "line1\nline2\n\n"},  {"ctl\x01\x1f\x7f\xc3\xa9", "bell\x07"},
-        {std::string(10000, 'n'), std::string(100000, 'v')},  {"empty", ""},
+        {"a=b:c;d#e[f]g", "x = y ; not a comment # nor this"},
+        {"  padded  ", "  padded value\t "},
+        {"#looks like a comment", "[x]"},
+        {"back\\slash", "C:\\temp\\x41\\n"},
+        {"multi\nline\r\nname", "line1\nline2\n\n"},
+        {"ctl\x01\x1f\x7f\xc3\xa9", "bell\x07"},
+        {std::string(10000, 'n'), std::string(100000, 'v')},
+        {"empty", ""},
     };
     const std::string sectionNames[] = {"", "LOGSET." + std::string(400, 's'), "odd ] [ section\nname ", "7"};
     for (const std::string &section : sectionNames) {
@@ -59,7 +63,8 @@ TEST(PropertyStore, AnyNameAndValueSurvivesTheFile)
             EXPECT_EQ(storeValue(location, section, name), value) << "[" << section << "] " << name;
     // Enumeration cuts a name to the buffer but reports its full length, then ends.
     Store top(location, "");
-    EXPECT_EQ(top.sections(), (Names{("LOGSET." + std::string(400, 's')).substr(0, 79), sectionNames[2], "7"}));
+    EXPECT_EQ(top.sections(),
+              (Names{("LOGSET." + std::string(400, 's')).substr(0, 79), sectionNames[2], "7"}));
     char name[80];
     uint32_t length = sizeof name;
     ASSERT_EQ(utiEnumProductId(&top.handle, 0, name, &length), 0u);
@@ -91,7 +96,9 @@ TEST(PropertyStore, DamagedFilesGiveACode)
     ConfigFixture config;
     std::string location = config.path("bad.conf");
     const std::pair<std::string, uint32_t> cases[] = {
-        {"[7\nNames = x\n", UTI_PS_CORRUPT},  {std::string("[7]\nNames = \0x\n", 14), UTI_PS_CORRUPT},  {"", 0},
+        {"[7\nNames = x\n", UTI_PS_CORRUPT},
+        {std::string("[7]\nNames = \0x\n", 14), UTI_PS_CORRUPT},
+        {"", 0},
     };
     for (const auto &[text, code] : cases) {
         config.writeFile("bad.conf", text);

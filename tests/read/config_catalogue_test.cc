@@ -88,13 +88,18 @@ TEST(Catalogue, ListsOriginatorsOnceInStoreOrder)
 // Configured names resolve through the stores; numbers need no configuration at all.
 TEST(Catalogue, NamesResolve)
 {
-    ConfigFixture config({{7, {"billing"}, "", {{112, {"main"}}, {5, {"worker"}, 9, {"jobs"}}}}, {12, {"12abc"}}});
-    const struct { const char *name; uint32_t kind; int64_t configured, unconfigured; } cases[] = {
-        {"billing", ZELKLOGREC_PRODID, 7, -1},  {"12abc", ZELKLOGREC_PRODID, 12, -1},
-        {"Main", ZELKLOGREC_ORGID, 112, -1},    {"jobs", ZELKLOGREC_SHORGID, 9, -1},
-        {"billing", ZELKLOGREC_ORGID, -1, -1},  {"billing", ZELKLOGREC_SEV, -1, -1},
-        {"", ZELKLOGREC_PRODID, 0, 0},          {"0x1A", ZELKLOGREC_PRODID, 26, 26},
-        {"017", ZELKLOGREC_PRODID, 15, 15},     {"-3", ZELKLOGREC_PRODID, -3, -3},
+    ConfigFixture config(
+        {{7, {"billing"}, "", {{112, {"main"}}, {5, {"worker"}, 9, {"jobs"}}}}, {12, {"12abc"}}});
+    const struct {
+        const char *name;
+        uint32_t kind;
+        int64_t configured, unconfigured;
+    } cases[] = {
+        {"billing", ZELKLOGREC_PRODID, 7, -1}, {"12abc", ZELKLOGREC_PRODID, 12, -1},
+        {"Main", ZELKLOGREC_ORGID, 112, -1},   {"jobs", ZELKLOGREC_SHORGID, 9, -1},
+        {"billing", ZELKLOGREC_ORGID, -1, -1}, {"billing", ZELKLOGREC_SEV, -1, -1},
+        {"", ZELKLOGREC_PRODID, 0, 0},         {"0x1A", ZELKLOGREC_PRODID, 26, 26},
+        {"017", ZELKLOGREC_PRODID, 15, 15},    {"-3", ZELKLOGREC_PRODID, -3, -3},
     };
     for (const auto &c : cases)
         EXPECT_EQ(zelkLogGetIdFromName(c.name, c.kind), c.configured) << c.name << " " << c.kind;

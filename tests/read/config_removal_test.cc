@@ -46,13 +46,20 @@ TEST(Removal, OriginatorSections)
 TEST(Removal, InvalidArgumentsAndMissingStoresLeaveTheLockFree)
 {
     ConfigFixture config({{7, {"billing"}, "", {{5, {"worker"}}}}});
-    const struct { const char *what; uint32_t (*remove)(); uint32_t code; } cases[] = {  // one per early return
+    const struct {
+        const char *what;
+        uint32_t (*remove)();
+        uint32_t code;
+    } cases[] = {
+        // one per early return
         {"product 0", [] { return zelkLogRemoveCfg(0, 5); }, ZELKLOG_RC_BAD_ARGUMENT},
-        {"16-digit product", [] { return zelkLogRemoveCfg(1000000000000000ull, 5); }, ZELKLOG_RC_BAD_ARGUMENT},
+        {"16-digit product", [] { return zelkLogRemoveCfg(1000000000000000ull, 5); },
+         ZELKLOG_RC_BAD_ARGUMENT},
         {"401-char logset", [] { return zelkLogRemoveLogSetCfg(7, std::string(401, 'l').c_str()); },
          ZELKLOG_RC_BAD_ARGUMENT},
         {"unknown product", [] { return zelkLogRemoveCfg(8, 5); }, ZELKLOG_RC_STORE_UNAVAILABLE},
-        {"unknown product logset", [] { return zelkLogRemoveLogSetCfg(8, "n"); }, ZELKLOG_RC_STORE_UNAVAILABLE},
+        {"unknown product logset", [] { return zelkLogRemoveLogSetCfg(8, "n"); },
+         ZELKLOG_RC_STORE_UNAVAILABLE},
         {"invalid product all", [] { return zelkLogRemoveProductAllCfg(0); }, ZELKLOG_RC_BAD_ARGUMENT},
     };
     for (const auto &c : cases) {

@@ -37,7 +37,8 @@ TEST(Settings, JvmPathRoundTrips)
     EXPECT_EQ(zelkLogRemoveJVMPathSetting(), ZELKLOG_RC_UNKNOWN_NAME);
     EXPECT_EQ(zelkLogAddJVMPathSetting(nullptr), ZELKLOG_RC_BAD_ARGUMENT);
     EXPECT_EQ(zelkLogGetJVMPathSetting(nullptr), ZELKLOG_RC_BAD_ARGUMENT);
-    ::setenv("ZELKLOG_CONFIG", config.path("no/such/dir/zelklog.conf").c_str(), 1);  // restored by the fixture
+    ::setenv("ZELKLOG_CONFIG", config.path("no/such/dir/zelklog.conf").c_str(),
+             1);  // restored by the fixture
     EXPECT_EQ(zelkLogAddJVMPathSetting("/j"), ZELKLOG_RC_STORE_UNAVAILABLE);
     EXPECT_EQ(zelkLogCfgSetToolsResDir("/r"), ZELKLOG_RC_STORE_UNAVAILABLE);
     EXPECT_EQ(zelkLogCfgRemoveToolsResDir(), ZELKLOG_RC_STORE_UNAVAILABLE);

@@ -31,11 +31,13 @@ TEST(CorruptReport, ExactOutput)
         record.format = ZELKLOG_FORMAT_10006;
         uint32_t code = zelkLogMsgUnserialize(&message, &record);
         zelkLogFreeMsg(&record);
-        return "\nLog Directory: " + directory + "\nFile Name: " + file + "\nRecord Number: " + std::to_string(number) +
-               "\nError Code: " + std::to_string(code) + "\nRecord Contents:\n" + text + "\n";
+        return "\nLog Directory: " + directory + "\nFile Name: " + file +
+               "\nRecord Number: " + std::to_string(number) + "\nError Code: " + std::to_string(code) +
+               "\nRecord Contents:\n" + text + "\n";
     };
     const std::string garbage = "no message here";
-    const std::string cut = zelk::test::serialize(zelk::test::makeRecord(zelk::test::numbered(9))).substr(0, 12);
+    const std::string cut =
+        zelk::test::serialize(zelk::test::makeRecord(zelk::test::numbered(9))).substr(0, 12);
     zelk::test::writeLogFile(directory + "a.log", {zelk::test::numbered(1), zelk::test::numbered(2)}, 1000);
     LogQuery query{};
     ASSERT_EQ(zelkLogCreateQuery("PID = 1234", "en_US", &query), 0u);
@@ -57,7 +59,8 @@ TEST(CorruptReport, ExactOutput)
     zelkLogFreeMsg(&record);
     const int descriptors = zelk::test::openDescriptors();
     // Numbers start at 2 for the first record after the header, anew in every file.
-    const std::string expected = block("a.log", 4, garbage) + block("b.log", 3, cut) + "\n2 corrupt records found.\n";
+    const std::string expected =
+        block("a.log", 4, garbage) + block("b.log", 3, cut) + "\n2 corrupt records found.\n";
     EXPECT_EQ(report(&query), expected);
     EXPECT_EQ(report(&query), expected) << "the file list stays as it was";
     EXPECT_EQ(zelk::test::openDescriptors(), descriptors);

@@ -46,15 +46,23 @@ struct Decoded {
 };
 
 const std::string kExample = "2,7,3,1,0,999,42,17,0:,3:abc,0:,1,(100|A5:hello,i4:-1|)";
-const char *const kExampleRecord = "k2 p7 o3 f1 n0 t999 pid42 tid17 ctx=- aux=abc who=- sev1 (100|A\"hello\",i4:-1)";
+const char *const kExampleRecord =
+    "k2 p7 o3 f1 n0 t999 pid42 tid17 ctx=- aux=abc who=- sev1 (100|A\"hello\",i4:-1)";
 
 TEST(Decoder, LayoutsPerFormatAndKind)
 {
-    const struct { uint64_t format; std::string text; uint32_t rc; const char *record; } cases[] = {
+    const struct {
+        uint64_t format;
+        std::string text;
+        uint32_t rc;
+        const char *record;
+    } cases[] = {
         {0x10006, kExample, 0, kExampleRecord},
         // Kind 2 of 0x10004/0x10005 has no who: the severity follows auxText.
-        {0x10004, "2,7,3,5,999,42,17,0:,1:x,4,(9|)", 0, "k2 p7 o3 f0 n5 t999 pid42 tid17 ctx=- aux=x who=- sev4 (9|)"},
-        {0x10005, "2,7,3,8,5,999,42,17,0:,0:,2,(9|)", 0, "k2 p7 o3 f8 n5 t999 pid42 tid17 ctx=- aux=- who=- sev2 (9|)"},
+        {0x10004, "2,7,3,5,999,42,17,0:,1:x,4,(9|)", 0,
+         "k2 p7 o3 f0 n5 t999 pid42 tid17 ctx=- aux=x who=- sev4 (9|)"},
+        {0x10005, "2,7,3,8,5,999,42,17,0:,0:,2,(9|)", 0,
+         "k2 p7 o3 f8 n5 t999 pid42 tid17 ctx=- aux=- who=- sev2 (9|)"},
         // 0x10008: the originator comes second and the preset product id stays.
         {0x10008, "2,3,5,999,42,17,2:tk,0:,3:who,3,(9|)", 0,
          "k2 p55 o3 f0 n5 t999 pid42 tid17 ctx=tk aux=- who=who sev3 (9|)"},
@@ -109,15 +117,21 @@ TEST(Decoder, RefusedFormatsAndMissingArguments)
 // Number rules seen through pid (unsigned), timeMs (signed 64-bit) and level (plain).
 TEST(Decoder, NumberRules)
 {
-    const struct { const char *field, *pid, *time, *level; } cases[] = {
+    const struct {
+        const char *field, *pid, *time, *level;
+    } cases[] = {
         // field, then what pid, timeMs and level hold (null: the record is refused)
-        {"007", "0", "0", "7"},  {"0x1f", "0", "0", "0"},  {"12ab", "12", "12", "12"},  {" +5", "5", "5", "5"},
+        {"007", "0", "0", "7"},
+        {"0x1f", "0", "0", "0"},
+        {"12ab", "12", "12", "12"},
+        {" +5", "5", "5", "5"},
         {"-7", "18446744073709551609", "-7", "-7"},
         {"99999999999999999999", "18446744073709551615", "9223372036854775807", "-1"},
         {"-99999999999999999999", "18446744073709551615", "-9223372036854775808", "0"},  // saturated
         {"2147483648", "2147483648", "2147483648", "-2147483648"},
         {"00000000000000000000009", "0", "0", "0"},  // level sees only 22 characters
-        {"", nullptr, nullptr, "0"},  {"-0", nullptr, nullptr, "0"},
+        {"", nullptr, nullptr, "0"},
+        {"-0", nullptr, nullptr, "0"},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(std::string("field '") + c.field + "'");
@@ -136,16 +150,23 @@ TEST(Decoder, NumberRules)
 // String fields seen through auxText (kind 3: the context text follows).
 TEST(Decoder, StringFields)
 {
-    const struct { const char *field; uint32_t rc; const char *aux; } cases[] = {
-        {"0:,", 0, "-"},   {"3:a,b,", 0, "a,b"},  {" 2:ab,", 0, "ab"},  {"2:\xC3\xA9,", 0, "\\xC3\\xA9"},
-        {"+000000001:z,", 0, "z"},  {"+0000000001:z,", 1, "-"},  {"00:,", 1, "-"},  {"-1:ab,", 1, "-"},
-        {"1:ab,", 1, "-"}, {"9:ab,", 1, "-"},
+    const struct {
+        const char *field;
+        uint32_t rc;
+        const char *aux;
+    } cases[] = {
+        {"0:,", 0, "-"},           {"3:a,b,", 0, "a,b"},
+        {" 2:ab,", 0, "ab"},       {"2:\xC3\xA9,", 0, "\\xC3\\xA9"},
+        {"+000000001:z,", 0, "z"}, {"+0000000001:z,", 1, "-"},
+        {"00:,", 1, "-"},          {"-1:ab,", 1, "-"},
+        {"1:ab,", 1, "-"},         {"9:ab,", 1, "-"},
     };
     for (const auto &c : cases) {
         Decoded d(std::string("3,7,3,1,5,9,42,17,0:,") + c.field + "1:t,(1|)", 0x10006);
         EXPECT_EQ(d.rc, c.rc) << c.field;
         std::string rest = c.rc == 0 ? " title=t (1|)" : " title=- (0|)";
-        EXPECT_EQ(renderRecord(d.record), std::string("k3 p7 o3 f1 n5 t9 pid42 tid17 ctx=- aux=") + c.aux + rest);
+        EXPECT_EQ(renderRecord(d.record),
+                  std::string("k3 p7 o3 f1 n5 t9 pid42 tid17 ctx=- aux=") + c.aux + rest);
     }
 }
 
@@ -157,7 +178,11 @@ std::string withArgs(const std::string &args)
 TEST(Decoder, ArgumentLists)
 {
     const std::string digits200(200, '1');
-    const struct { std::string args; uint32_t rc; std::string list; } cases[] = {
+    const struct {
+        std::string args;
+        uint32_t rc;
+        std::string list;
+    } cases[] = {
         {"(0|)", 0, "(0|)"},
         {"(1234567890|)trailing text is not read", 0, "(1234567890|)"},
         {"(1|12:\xC3\xA9,13:xyz,10:,)", 0, "(1|1'\\u{E9},1'x,1'\\u{0})"},
@@ -170,11 +195,16 @@ TEST(Decoder, ArgumentLists)
         // Failures: what was added before stays, the failing argument goes.
         {"(1|S1:a,12:\xC3\x28,)", 1, "(1|S\"a\")"},
         {"(1|A2:ab)", 1, "(1|A\"ab\")"},  // ")" was taken as the separator
-        {"(1|S9:x,)", 1, "(1|)"},  {"(1|C1:1|i4:|)", 1, "(1|C1)"},  {"(1|u8:123456789012345678901|)", 3, "(1|)"},
-        {"(1|965:|)", 3, "(1|)"} /* length before width */,  {"(1|C65:-9|)", 1, "(1|)"},
-        {"(1|8" + digits200 + "1|)", 1, "(1|)"},  {"(1|Z)", 1, "(1|)"},
+        {"(1|S9:x,)", 1, "(1|)"},
+        {"(1|C1:1|i4:|)", 1, "(1|C1)"},
+        {"(1|u8:123456789012345678901|)", 3, "(1|)"},
+        {"(1|965:|)", 3, "(1|)"} /* length before width */,
+        {"(1|C65:-9|)", 1, "(1|)"},
+        {"(1|8" + digits200 + "1|)", 1, "(1|)"},
+        {"(1|Z)", 1, "(1|)"},
         {"(1|S1:a,(2|S1:x,))", 1, "(1|S\"a\")"},  // nested list without its ","
-        {"(1|S1:x,i4:5|(2|X1:y,u1:|),)", 3, "(1|S\"x\",i4:5)"},  {"(12345678901|)", 1, "(0|)"},
+        {"(1|S1:x,i4:5|(2|X1:y,u1:|),)", 3, "(1|S\"x\",i4:5)"},
+        {"(12345678901|)", 1, "(0|)"},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.args);

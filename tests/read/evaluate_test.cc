@@ -50,8 +50,9 @@ protected:
     // field <op> number, or field <op> 'text' when `constant` is given.
     QueryNode *cmp(int32_t field, int32_t kind, int64_t number, const char *constant = nullptr)
     {
-        QueryNode *value = constant != nullptr ? node(STRINGCONST, reinterpret_cast<uintptr_t>(text(constant)))
-                                               : node(INTCONST, static_cast<uint64_t>(number));
+        QueryNode *value = constant != nullptr
+                               ? node(STRINGCONST, reinterpret_cast<uintptr_t>(text(constant)))
+                               : node(INTCONST, static_cast<uint64_t>(number));
         return op(kind, node(KEYWORDS, static_cast<uint64_t>(field)), value);
     }
     bool matches(QueryNode *root, ZelkLogMsg &record)
@@ -75,16 +76,29 @@ protected:
 TEST_F(Evaluate, FieldRulesPerKind)
 {
     // Context records never match without an ALL test.
-    const struct { int32_t field, op; int64_t number; const char *text, *expected; } cases[] = {
-        {ZELKLOGREC_PRODID, EQUAL, 1001, nullptr, "11101"},   {ZELKLOGREC_ORGID, NOTEQUAL, 112, nullptr, "00000"},
-        {ZELKLOGREC_TID, LESS, 55, nullptr, "00000"},         {ZELKLOGREC_SEV, NOTEQUAL, 2, nullptr, "00100"},
-        {ZELKLOGREC_LEVEL, GREATER, 6, nullptr, "01000"},     {ZELKLOGREC_LEVEL, NOTEQUAL, 0, nullptr, "11000"},
-        {ZELKLOGREC_MSGTYPE, EQUAL, 4, nullptr, "00001"},     {ZELKLOGREC_RETURNVAL, EQUAL, 0xFFFFFFFF, nullptr, "00001"},
-        {ZELKLOGREC_SUBJECT, EQUAL, 0, "log", "00000"},       {ZELKLOGREC_SUBJECT, NOTEQUAL, 0, "log", "00001"},
-        {ZELKLOGREC_WHO, EQUAL, 0, "adm", "00100"},           {ZELKLOGREC_WHO, NOTEQUAL, 0, "adm", "11000"},
-        {ZELKLOGREC_ENDATE, LESS, 1, nullptr, "00000"},       {ZELKLOGREC_HOSTNAME, EQUAL, 0, "x", "11101"},
-        {ZELKLOGREC_CTXTOK, EQUAL, 0, "tok-1", "00100"},      {ZELKLOGREC_CTXTOK, EQUAL, 0, "all", "00010"},
-        {ZELKLOGREC_CTXTOK, EQUAL, 0, "All", "00000"},        {ZELKLOGREC_CTXTOK, NOTEQUAL, 0, "ALL", "11101"},
+    const struct {
+        int32_t field, op;
+        int64_t number;
+        const char *text, *expected;
+    } cases[] = {
+        {ZELKLOGREC_PRODID, EQUAL, 1001, nullptr, "11101"},
+        {ZELKLOGREC_ORGID, NOTEQUAL, 112, nullptr, "00000"},
+        {ZELKLOGREC_TID, LESS, 55, nullptr, "00000"},
+        {ZELKLOGREC_SEV, NOTEQUAL, 2, nullptr, "00100"},
+        {ZELKLOGREC_LEVEL, GREATER, 6, nullptr, "01000"},
+        {ZELKLOGREC_LEVEL, NOTEQUAL, 0, nullptr, "11000"},
+        {ZELKLOGREC_MSGTYPE, EQUAL, 4, nullptr, "00001"},
+        {ZELKLOGREC_RETURNVAL, EQUAL, 0xFFFFFFFF, nullptr, "00001"},
+        {ZELKLOGREC_SUBJECT, EQUAL, 0, "log", "00000"},
+        {ZELKLOGREC_SUBJECT, NOTEQUAL, 0, "log", "00001"},
+        {ZELKLOGREC_WHO, EQUAL, 0, "adm", "00100"},
+        {ZELKLOGREC_WHO, NOTEQUAL, 0, "adm", "11000"},
+        {ZELKLOGREC_ENDATE, LESS, 1, nullptr, "00000"},
+        {ZELKLOGREC_HOSTNAME, EQUAL, 0, "x", "11101"},
+        {ZELKLOGREC_CTXTOK, EQUAL, 0, "tok-1", "00100"},
+        {ZELKLOGREC_CTXTOK, EQUAL, 0, "all", "00010"},
+        {ZELKLOGREC_CTXTOK, EQUAL, 0, "All", "00000"},
+        {ZELKLOGREC_CTXTOK, NOTEQUAL, 0, "ALL", "11101"},
         // A number where a text belongs is never read as a text.
         {ZELKLOGREC_SUBJECT, EQUAL, 12345, nullptr, "00000"},
     };
@@ -94,7 +108,8 @@ TEST_F(Evaluate, FieldRulesPerKind)
         EXPECT_EQ(byKind(root), c.expected) << "second walk over the same marks, field " << c.field;
     }
     // Every branch is worked out, so an ALL test under OR is always seen.
-    EXPECT_EQ(byKind(op(OR, cmp(ZELKLOGREC_PID, EQUAL, 1234), cmp(ZELKLOGREC_CTXTOK, EQUAL, 0, "ALL"))), "11111");
+    EXPECT_EQ(byKind(op(OR, cmp(ZELKLOGREC_PID, EQUAL, 1234), cmp(ZELKLOGREC_CTXTOK, EQUAL, 0, "ALL"))),
+              "11111");
     EXPECT_EQ(byKind(op(AND, op(OR, cmp(ZELKLOGREC_LEVEL, EQUAL, 5), cmp(ZELKLOGREC_SEV, EQUAL, 3)),
                         cmp(ZELKLOGREC_TID, EQUAL, 55))),
               "10100");

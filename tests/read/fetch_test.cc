@@ -36,7 +36,8 @@ protected:
             ZelkLogMsg record{};
             ZelkLogMsg *out = &record;
             rc = sorted ? zelkLogFetchNextSortedEntry(&query_, &out) : zelkLogFetchNextEntry(&query_, out);
-            trace += (trace.empty() ? "" : " ") + std::to_string(rc) + (rc == 0 ? ":" + std::to_string(out->tid) : "");
+            trace += (trace.empty() ? "" : " ") + std::to_string(rc) +
+                     (rc == 0 ? ":" + std::to_string(out->tid) : "");
             if (!sorted || rc == 0)
                 zelkLogFreeMsg(out);
         }
@@ -50,10 +51,13 @@ protected:
 // to every decoded record, by both fetches.
 TEST_F(Fetch, FiltersEndToEnd)
 {
-    zelk::test::writeLogFile(path("mixed.log"), {numbered(1, ZELKLOG_MSG_DEBUG), numbered(2), numbered(3, ZELKLOG_MSG_CTX),
-                                                 numbered(4, ZELKLOG_MSG_AUDIT)}, 1000);
+    zelk::test::writeLogFile(path("mixed.log"),
+                             {numbered(1, ZELKLOG_MSG_DEBUG), numbered(2), numbered(3, ZELKLOG_MSG_CTX),
+                              numbered(4, ZELKLOG_MSG_AUDIT)},
+                             1000);
     const std::pair<const char *, const char *> cases[] = {
-        {"MSGTYPE = AUDIT || MSGTYPE = DEBUG", "0:1 0:4 9"}, {"PRODID = 'billing' && 1235 > PID", "0:1 0:2 0:4 9"},
+        {"MSGTYPE = AUDIT || MSGTYPE = DEBUG", "0:1 0:4 9"},
+        {"PRODID = 'billing' && 1235 > PID", "0:1 0:2 0:4 9"},
         {"PID = 4321", "9"}};
     for (auto [filter, expected] : cases) {
         for (bool sorted : {false, true}) {
@@ -86,7 +90,8 @@ TEST_F(Fetch, LogsetFileGivesEveryRecordItsLogset)
 {
     char name[256];
     ASSERT_EQ(zelkLogMakeLogSetFileName(42, "nightly", ".log", name, sizeof name), 0u);
-    zelk::test::writeLogFile(path(name), {numbered(1), numbered(2, ZELKLOG_MSG_AUDIT)}, 1000, ZELKLOG_FORMAT_10008);
+    zelk::test::writeLogFile(path(name), {numbered(1), numbered(2, ZELKLOG_MSG_AUDIT)}, 1000,
+                             ZELKLOG_FORMAT_10008);
     create("PID = 1234");
     ZelkLogMsg record;
     for (int i = 0; i < 2; ++i) {
@@ -100,7 +105,8 @@ TEST_F(Fetch, LogsetFileGivesEveryRecordItsLogset)
 TEST_F(Fetch, UnopenableFilesAndDescriptors)
 {
     for (int i = 0; i < 4; ++i)
-        zelk::test::writeLogFile(path("f" + std::to_string(i) + ".log"), {numbered(10 * i + 1), numbered(10 * i + 2)}, 1000 + i);
+        zelk::test::writeLogFile(path("f" + std::to_string(i) + ".log"),
+                                 {numbered(10 * i + 1), numbered(10 * i + 2)}, 1000 + i);
     const int before = zelk::test::openDescriptors();
     create("PID = 1234");
     unlink(path("f1.log").c_str());
@@ -113,7 +119,8 @@ TEST_F(Fetch, UnopenableFilesAndDescriptors)
         create("PID = 1234");
         ZelkLogMsg record{};
         ZelkLogMsg *out = &record;
-        ASSERT_EQ(sorted ? zelkLogFetchNextSortedEntry(&query_, &out) : zelkLogFetchNextEntry(&query_, out), 0u);
+        ASSERT_EQ(sorted ? zelkLogFetchNextSortedEntry(&query_, &out) : zelkLogFetchNextEntry(&query_, out),
+                  0u);
         EXPECT_EQ(zelk::test::openDescriptors(), before + 1);
         if (!sorted)
             zelkLogFreeMsg(&record);

@@ -13,5 +13,7 @@ int main(void)
     node.value = ZELKLOGREC_PID;
     query.root = &node;
     return (record.kindData.first.severity == 2u && query.root->kind == 259 &&
-            offsetof(ZelkLogMsg, marker) == 0) ? 0 : 1;
+            offsetof(ZelkLogMsg, marker) == 0)
+               ? 0
+               : 1;
 }

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <type_traits>
 
+// clang-format off
 #define RECORD(T, size, align) static_assert(sizeof(T) == (size) && alignof(T) == (align), #T);
 #define AT(T, field, offset) static_assert(offsetof(T, field) == (offset), #T "." #field);
 #define TYPE(T, field, type) static_assert(std::is_same_v<decltype(T::field), type>, #T "." #field);
@@ -64,9 +65,10 @@ AT(LogFileEntry, fileName, 36041)
 RECORD(LogQuery, 1656, 8) AT(LogQuery, headerNotice, 0) AT(LogQuery, currentFile, 8) AT(LogQuery, reserved, 16)
 AT(LogQuery, root, 24) AT(LogQuery, contextTitles, 32) AT(LogQuery, localizers, 1632)
 AT(LogQuery, formatResource, 1648)
+    // clang-format on
 
-// Everything above is checked by the compiler; this keeps the program a visible test.
-TEST(Layout, FrozenAtCompileTime)
+    // Everything above is checked by the compiler; this keeps the program a visible test.
+    TEST(Layout, FrozenAtCompileTime)
 {
     SUCCEED();
 }

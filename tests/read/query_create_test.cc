@@ -17,13 +17,15 @@ namespace {
 TEST(QueryCreate, RefusedArgumentsLeaveTheRecordUntouched)
 {
     const std::string tooLong(1023, 'd');  // no room for the added "/" and the terminator
-    const char *cases[][2] = {{nullptr, nullptr}, {"", nullptr}, {"PID = 1", ""}, {"PID = 1", tooLong.c_str()}};
+    const char *cases[][2] = {
+        {nullptr, nullptr}, {"", nullptr}, {"PID = 1", ""}, {"PID = 1", tooLong.c_str()}};
     for (auto [text, directory] : cases) {
         LogQuery query, pattern;
         std::memset(&query, 0xAB, sizeof query);
         std::memset(&pattern, 0xAB, sizeof pattern);
         EXPECT_EQ(zelkLogCreateQueryEx2(text, "en_US", directory, nullptr, ZELKLOG_NO_TZ_ADJUST, &query),
-                  ZELKLOG_RC_BAD_ARGUMENT) << (text ? text : "null") << " / " << (directory ? directory : "null");
+                  ZELKLOG_RC_BAD_ARGUMENT)
+            << (text ? text : "null") << " / " << (directory ? directory : "null");
         EXPECT_EQ(std::memcmp(&query, &pattern, sizeof query), 0);
     }
     EXPECT_EQ(zelkLogCreateQuery("PID = 1", "en_US", nullptr), ZELKLOG_RC_BAD_ARGUMENT);
@@ -40,9 +42,11 @@ TEST(QueryCreate, OverridesAndFailures)
     zelk::test::writeLogFile(other + "/x.log", {zelk::test::RecordFields{}}, 1000);
     for (const std::string &directory : {other, other + "/"}) {
         LogQuery query;
-        ASSERT_EQ(zelkLogCreateQueryEx("PID = 1234", "en_US", directory.c_str(), "/res", &query), 0u) << directory;
+        ASSERT_EQ(zelkLogCreateQueryEx("PID = 1234", "en_US", directory.c_str(), "/res", &query), 0u)
+            << directory;
         ASSERT_NE(query.currentFile, nullptr);
-        EXPECT_EQ(std::string(query.currentFile->logDirectory) + query.currentFile->fileName, other + "/x.log");
+        EXPECT_EQ(std::string(query.currentFile->logDirectory) + query.currentFile->fileName,
+                  other + "/x.log");
         EXPECT_STREQ(query.formatResource, "/res");
         EXPECT_EQ(zelkLogDestroyQuery(&query), 0u);
     }

@@ -10,7 +10,11 @@ namespace {
 
 TEST(ParserMessages, ReportedTexts)
 {
-    const struct { std::string query; uint32_t code; const char *message; } cases[] = {
+    const struct {
+        std::string query;
+        uint32_t code;
+        const char *message;
+    } cases[] = {
         // The complete comparison is reduced before the stray token is looked at.
         {"PID = 5 PID = 6", 1, "parse error, unexpected KEYWORDS, expecting end of input"},
         {"PID BETWEEN 10 && 'x'", 1, "parse error, unexpected STRINGCONST, expecting INTCONST"},

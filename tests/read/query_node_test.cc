@@ -32,7 +32,8 @@ TEST(QueryNode, RemoveTreeOfAnyShape)
     for (int shape = 0; shape < 3; ++shape) {
         QueryNode *root = leaf(STRINGCONST, "'first'", "en");
         for (int i = 0; i < 30000; ++i) {
-            QueryNode *comparison = addNewNode(NOTEQUAL, leaf(STRINGCONST, "'x'", "en_GB"), leaf(STRINGCONST, "'y'"));
+            QueryNode *comparison =
+                addNewNode(NOTEQUAL, leaf(STRINGCONST, "'x'", "en_GB"), leaf(STRINGCONST, "'y'"));
             const bool left = shape == 0 || (shape == 2 && i % 2);
             root = left ? addNewNode(AND, root, comparison) : addNewNode(OR, comparison, root);
             ASSERT_NE(root, nullptr);

@@ -44,15 +44,32 @@ TEST(Parse, TreesAndCodes)
         {"HOSTNAME BETWEEN 'alpha' && 'omega' && SUBJECT = 'z'",
          "AND(AND(>(HOSTNAME, 'alpha'), <(HOSTNAME, 'omega')), =(SUBJECT, 'z'))"},
         // syntax errors, lexical errors where an operand may stand, a single operand
-        {" \t ", "rc=1"}, {"PID = 5)", "rc=1"}, {"()", "rc=1"}, {"PID = 5 @", "rc=1"},
-        {"5 BETWEEN 1 && 2", "rc=1"}, {"PID = 5 && bogus = 1", "rc=11"}, {"PID = 'abc\n", "rc=12"},
-        {"PID = 'abc", "rc=13"}, {"PID", "rc=19"}, {"((ERR))", "rc=19"},
+        {" \t ", "rc=1"},
+        {"PID = 5)", "rc=1"},
+        {"()", "rc=1"},
+        {"PID = 5 @", "rc=1"},
+        {"5 BETWEEN 1 && 2", "rc=1"},
+        {"PID = 5 && bogus = 1", "rc=11"},
+        {"PID = 'abc\n", "rc=12"},
+        {"PID = 'abc", "rc=13"},
+        {"PID", "rc=19"},
+        {"((ERR))", "rc=19"},
         // comparisons refused by the check (a complete one is checked before a stray token)
-        {"PID = PID )", "rc=14"}, {"5 = 6", "rc=14"}, {"PID < 5 < 6", "rc=14"},
-        {"SUBJECT = 5", "rc=43"}, {"SUBJECT >= 5", "rc=44"}, {"SUBJECT BETWEEN 'a' && 'b'", "rc=44"},
-        {"WHO = 5", "rc=18"}, {"WHO > 'a'", "rc=49"}, {"CTXTOK < 'tok'", "rc=15"}, {"CTXTOK < 5", "rc=18"},
-        {"PREVTIME != 3600", "rc=17"}, {"PREVTIME BETWEEN 1 && 2", "rc=17"}, {"PREVTIME = 'soon'", "rc=16"},
-        {"STDATE > ERR", "rc=16"}, {"STDATE BETWEEN '1' && 'x'", "rc=16"},
+        {"PID = PID )", "rc=14"},
+        {"5 = 6", "rc=14"},
+        {"PID < 5 < 6", "rc=14"},
+        {"SUBJECT = 5", "rc=43"},
+        {"SUBJECT >= 5", "rc=44"},
+        {"SUBJECT BETWEEN 'a' && 'b'", "rc=44"},
+        {"WHO = 5", "rc=18"},
+        {"WHO > 'a'", "rc=49"},
+        {"CTXTOK < 'tok'", "rc=15"},
+        {"CTXTOK < 5", "rc=18"},
+        {"PREVTIME != 3600", "rc=17"},
+        {"PREVTIME BETWEEN 1 && 2", "rc=17"},
+        {"PREVTIME = 'soon'", "rc=16"},
+        {"STDATE > ERR", "rc=16"},
+        {"STDATE BETWEEN '1' && 'x'", "rc=16"},
     };
     for (const auto &[query, expected] : cases)
         EXPECT_EQ(parse(query), expected) << query;
@@ -96,7 +113,9 @@ TEST(Parse, OperatorNodeLimit)
 
 TEST(Parse, StackLimit)
 {
-    const auto nested = [](int depth) { return std::string(depth, '(') + "PID = 5" + std::string(depth, ')'); };
+    const auto nested = [](int depth) {
+        return std::string(depth, '(') + "PID = 5" + std::string(depth, ')');
+    };
     EXPECT_EQ(parse(nested(4990)), "=(PID, 5)");
     EXPECT_EQ(parse(nested(10000)), "rc=2");
 }
@@ -117,7 +136,8 @@ TEST(Parse, ThreadsGetTheirOwnTrees)
     for (int t = 0; t < 8; ++t) {
         threads.emplace_back([t, &failures] {
             const std::string n = std::to_string(t);
-            const std::string query = "PID = " + n + " && HOSTNAME != 'h" + n + "' || TID BETWEEN " + n + " && 99";
+            const std::string query =
+                "PID = " + n + " && HOSTNAME != 'h" + n + "' || TID BETWEEN " + n + " && 99";
             const std::string expected =
                 "OR(AND(=(PID, " + n + "), !=(HOSTNAME, 'h" + n + "')), AND(>(TID, " + n + "), <(TID, 99)))";
             for (int i = 0; i < 300; ++i)

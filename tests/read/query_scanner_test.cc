@@ -12,7 +12,8 @@ namespace {
 // E<code>[<token text>], literals as written, operators by name.
 std::string scan(const std::string &text)
 {
-    static const char *const operators[] = {"BETWEEN", "AND", "OR", "<", ">", "<=", ">=", "=", "!=", "(", ")"};
+    static const char *const operators[] = {
+        "BETWEEN", "AND", "OR", "<", ">", "<=", ">=", "=", "!=", "(", ")"};
     EXPECT_EQ(yysetbuffer(text.c_str()), 1);
     std::string out;
     QueryNode record{};
@@ -25,12 +26,24 @@ std::string scan(const std::string &text)
             EXPECT_EQ(reinterpret_cast<const char *>(static_cast<uintptr_t>(record.value)), yytext);
             out += token;
             break;
-        case INTCONST: out += "I" + value; break;
-        case KEYWORDS: out += "K" + value; break;
-        case SEVTYPES: out += "S" + value; break;
-        case MSGTYPES: out += "M" + value; break;
-        case ERROR_FOUND: out += "E" + value + "[" + token + "]"; break;
-        default: out += code >= BETWEEN && code <= ROUND_CLOSE ? operators[code - BETWEEN] : "?"; break;
+        case INTCONST:
+            out += "I" + value;
+            break;
+        case KEYWORDS:
+            out += "K" + value;
+            break;
+        case SEVTYPES:
+            out += "S" + value;
+            break;
+        case MSGTYPES:
+            out += "M" + value;
+            break;
+        case ERROR_FOUND:
+            out += "E" + value + "[" + token + "]";
+            break;
+        default:
+            out += code >= BETWEEN && code <= ROUND_CLOSE ? operators[code - BETWEEN] : "?";
+            break;
         }
     }
     yyunsetbuffer();
@@ -41,7 +54,7 @@ TEST(Scanner, WordsInCapitalsAndSmallLettersOnly)
 {
     // The table's ends, the CTX alias and one word of every token class.
     const std::pair<const char *, const char *> words[] = {
-        {"PRODID", "K263"}, {"LOGSET", "K279"}, {"CTX", "K275"}, {"INFO", "S0"},
+        {"PRODID", "K263"}, {"LOGSET", "K279"}, {"CTX", "K275"},       {"INFO", "S0"},
         {"EMERG", "S4"},    {"AUDIT", "M4"},    {"BETWEEN", "BETWEEN"}};
     for (const auto &[word, expected] : words) {
         std::string small = word;

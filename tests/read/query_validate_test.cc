@@ -105,7 +105,8 @@ protected:
         return result;
     }
 
-    zelk::test::ConfigFixture config_{{{7, {"billing"}, "", {{112, {"main"}}, {5, {"worker"}, 9, {"jobs"}}}}}};
+    zelk::test::ConfigFixture config_{
+        {{7, {"billing"}, "", {{112, {"main"}}, {5, {"worker"}, 9, {"jobs"}}}}}};
     ZelkLogProductCfg *records_[ZELKLOG_MAX_PRODUCTS] = {};
     uint64_t count_ = 0;
 };

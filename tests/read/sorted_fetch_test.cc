@@ -25,7 +25,11 @@ RecordFields at(int64_t seconds, uint64_t tid)
 }
 
 // A fetch's code and the record number `out` points to (0: not set); `keep`: not released.
-struct Step { uint32_t code; uint64_t tid; bool keep = false; };
+struct Step {
+    uint32_t code;
+    uint64_t tid;
+    bool keep = false;
+};
 
 // Files listed oldest first; `removed`: the file deleted after the query was made (-1: none).
 struct Case {
@@ -42,17 +46,31 @@ TEST(SortedFetch, Sequences)
 {
     // Records of the second file carry tids from 11 on.
     const Case cases[] = {
-        {"equal times: the file nearer the head first", {{at(5, 1)}, {at(5, 12)}}, -1,
-         {{0, 1}, {ZELKLOG_RC_END_OF_FILE, 0}, {0, 12}, {ZELKLOG_RC_NO_MORE_RECORDS, 0}}, 0},
-        {"A 1,3 and B 2: B ends during the pick, 3 is handed out twice", {{at(1, 1), at(3, 3)}, {at(2, 12)}}, -1,
-         {{0, 1}, {0, 12}, {ZELKLOG_RC_END_OF_FILE, 3, true}, {0, 3}, {ZELKLOG_RC_NO_MORE_RECORDS, 0}}, 0},
-        {"A 1 and B 2: A ends while B holds its record", {{at(1, 1)}, {at(2, 12)}}, -1,
-         {{0, 1}, {ZELKLOG_RC_END_OF_FILE, 0}, {0, 12}, {ZELKLOG_RC_NO_MORE_RECORDS, 0}}, 0},
-        {"a record not released comes again", {{at(1, 1), at(3, 3)}, {at(2, 12)}}, -1,
-         {{0, 1, true}, {0, 1}, {0, 12}}, 0},
+        {"equal times: the file nearer the head first",
+         {{at(5, 1)}, {at(5, 12)}},
+         -1,
+         {{0, 1}, {ZELKLOG_RC_END_OF_FILE, 0}, {0, 12}, {ZELKLOG_RC_NO_MORE_RECORDS, 0}},
+         0},
+        {"A 1,3 and B 2: B ends during the pick, 3 is handed out twice",
+         {{at(1, 1), at(3, 3)}, {at(2, 12)}},
+         -1,
+         {{0, 1}, {0, 12}, {ZELKLOG_RC_END_OF_FILE, 3, true}, {0, 3}, {ZELKLOG_RC_NO_MORE_RECORDS, 0}},
+         0},
+        {"A 1 and B 2: A ends while B holds its record",
+         {{at(1, 1)}, {at(2, 12)}},
+         -1,
+         {{0, 1}, {ZELKLOG_RC_END_OF_FILE, 0}, {0, 12}, {ZELKLOG_RC_NO_MORE_RECORDS, 0}},
+         0},
+        {"a record not released comes again",
+         {{at(1, 1), at(3, 3)}, {at(2, 12)}},
+         -1,
+         {{0, 1, true}, {0, 1}, {0, 12}},
+         0},
         {"an unopenable later file is reported by every pass, then dropped as head",
-         {{at(1, 1), at(2, 2)}, {at(3, 13)}}, 1,
-         {{kUnopenable, 1, true}, {kUnopenable, 1}, {kUnopenable, 2}, {ZELKLOG_RC_NO_MORE_RECORDS, 0}}, 3},
+         {{at(1, 1), at(2, 2)}, {at(3, 13)}},
+         1,
+         {{kUnopenable, 1, true}, {kUnopenable, 1}, {kUnopenable, 2}, {ZELKLOG_RC_NO_MORE_RECORDS, 0}},
+         3},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.what);
@@ -80,7 +98,8 @@ TEST(SortedFetch, Sequences)
                     zelkLogFreeMsg(record);
             }
         }
-        std::string message = c.removed >= 0 ? paths[static_cast<size_t>(c.removed)] + " does not exists\n" : "";
+        std::string message =
+            c.removed >= 0 ? paths[static_cast<size_t>(c.removed)] + " does not exists\n" : "";
         std::string expected;
         for (int i = 0; i < c.unopenableMessages; ++i)
             expected += message;

@@ -38,10 +38,19 @@ constexpr const char *kIndia = "<+0530>-5:30";
 // A name is at most 18 bytes with its NUL; a refused offset leaves the buffer untouched.
 TEST(OffsetToTimeZone, NamesOffsetsWithinTheBuffer)
 {
-    const struct { int64_t offset; uint32_t rc; const char *expected; } cases[] = {
-        {0, 0, "GMT"}, {19800, 0, "GMT+5:30"}, {-1800, 0, "GMT-0:30"}, {50400, 0, "GMT+14:00"},
-        {-int64_t{9999999999} * 3600 - 1800, 0, "GMT-9999999999:30"}, {900, ZELKLOG_RC_FAILURE, ""},
-        {INT64_MIN, ZELKLOG_RC_FAILURE, ""}, {int64_t{10000000000} * 3600, ZELKLOG_RC_BAD_ARGUMENT, ""},
+    const struct {
+        int64_t offset;
+        uint32_t rc;
+        const char *expected;
+    } cases[] = {
+        {0, 0, "GMT"},
+        {19800, 0, "GMT+5:30"},
+        {-1800, 0, "GMT-0:30"},
+        {50400, 0, "GMT+14:00"},
+        {-int64_t{9999999999} * 3600 - 1800, 0, "GMT-9999999999:30"},
+        {900, ZELKLOG_RC_FAILURE, ""},
+        {INT64_MIN, ZELKLOG_RC_FAILURE, ""},
+        {int64_t{10000000000} * 3600, ZELKLOG_RC_BAD_ARGUMENT, ""},
     };
     for (const auto &c : cases) {
         char buffer[32];
@@ -50,7 +59,8 @@ TEST(OffsetToTimeZone, NamesOffsetsWithinTheBuffer)
         ASSERT_EQ(OffsetToTimeZone(c.offset, &pointer), c.rc) << c.offset;
         EXPECT_EQ(pointer, buffer);
         size_t written = c.rc == 0 ? 18 : 0;
-        EXPECT_EQ(std::string(buffer + written, sizeof buffer - written), std::string(sizeof buffer - written, '#'))
+        EXPECT_EQ(std::string(buffer + written, sizeof buffer - written),
+                  std::string(sizeof buffer - written, '#'))
             << c.offset << ": written past " << written << " bytes";
         EXPECT_STREQ(c.rc == 0 ? buffer : "", c.expected);
     }
@@ -62,7 +72,11 @@ TEST(OffsetToTimeZone, NamesOffsetsWithinTheBuffer)
 TEST(DateFormat, ShowsLocalClockInEachLocale)
 {
     ZoneGuard zone(kIndia);
-    const struct { const char *locale; int32_t timeStyle, dateStyle; std::u16string pieces[2]; } cases[] = {
+    const struct {
+        const char *locale;
+        int32_t timeStyle, dateStyle;
+        std::u16string pieces[2];
+    } cases[] = {
         {"de_DE", 2, 1, {u"15. November 2023", u"03:43:20"}},
         {"en_US", 0, -1, {u"3:43:20", u"Greenwich Mean Time"}},  // the zone shown is GMT, the clock local
         {"de_DE", -1, 3, {u"15.11.23", u""}},
@@ -78,8 +92,12 @@ TEST(DateFormat, ShowsLocalClockInEachLocale)
 TEST(DateFormat, ParsesWhatItFormatted)
 {
     // `resolution`: the seconds the styles show.
-    const struct { const char *zone, *locale; int32_t timeStyle, dateStyle; int64_t resolution; } cases[] = {
-        {kIndia, "en_US", 2, 3, 1}, {"UTC0", "de_DE", 0, 0, 1}, {"EST5EDT", "en_US", 3, 3, 60},
+    const struct {
+        const char *zone, *locale;
+        int32_t timeStyle, dateStyle;
+        int64_t resolution;
+    } cases[] = {
+        {kIndia, "en_US", 2, 3, 1},    {"UTC0", "de_DE", 0, 0, 1}, {"EST5EDT", "en_US", 3, 3, 60},
         {"EST5EDT", "de_DE", 2, 2, 1}, {"UTC0", nullptr, 2, 3, 1},
     };
     for (const auto &c : cases) {
@@ -89,7 +107,8 @@ TEST(DateFormat, ParsesWhatItFormatted)
             ASSERT_FALSE(text.empty());
             int64_t parsed = 0;
             ASSERT_EQ(zelkLogGetDateFromFormat(c.timeStyle, c.dateStyle, c.locale, text.c_str(), &parsed),
-                      ZELKLOG_RC_OK) << text;
+                      ZELKLOG_RC_OK)
+                << text;
             EXPECT_EQ(parsed, moment - moment % c.resolution) << text;
         }
     }
@@ -116,7 +135,8 @@ TEST(DateFormat, ParseIgnoresTrailingTextAndRefusesGarbage)
 {
     ZoneGuard zone("UTC0");
     int64_t parsed = 0;
-    EXPECT_EQ(zelkLogGetDateFromFormat(2, 3, "en_US", "11/14/23, 10:13:20 PM and more", &parsed), ZELKLOG_RC_OK);
+    EXPECT_EQ(zelkLogGetDateFromFormat(2, 3, "en_US", "11/14/23, 10:13:20 PM and more", &parsed),
+              ZELKLOG_RC_OK);
     EXPECT_EQ(parsed, kMoment);
     for (const char *text : {"", "13:00", "\xff\xfe\x80"})
         EXPECT_EQ(zelkLogGetDateFromFormat(2, 3, "en_US", text, &parsed), ZELKLOG_RC_FAILURE) << text;
@@ -130,13 +150,16 @@ TEST(DateFormat, BadArgumentsLeaveNothingToRelease)
     EXPECT_EQ(parsed, 42);
     EXPECT_EQ(zelkLogstrftime(2, 3, 1.0, "en_US", nullptr), ZELKLOG_RC_BAD_ARGUMENT);
 
-    const struct { int32_t timeStyle, dateStyle; double time; } failing[] = {
-        {-2, 3, 1.0}, {4, 3, 1.0}, {2, -3, 1.0}, {2, 3, NAN}};
+    const struct {
+        int32_t timeStyle, dateStyle;
+        double time;
+    } failing[] = {{-2, 3, 1.0}, {4, 3, 1.0}, {2, -3, 1.0}, {2, 3, NAN}};
     for (const auto &c : failing) {
         void *formatter = &parsed;
         ZELKLOG_UCHAR *text = reinterpret_cast<ZELKLOG_UCHAR *>(&parsed);
         EXPECT_EQ(GetDateTimeFormat(c.timeStyle, c.dateStyle, c.time, "en_US", &formatter, &text),
-                  ZELKLOG_RC_FAILURE) << c.timeStyle << "/" << c.dateStyle;
+                  ZELKLOG_RC_FAILURE)
+            << c.timeStyle << "/" << c.dateStyle;
         EXPECT_EQ(formatter, nullptr);
         EXPECT_EQ(text, nullptr);
     }

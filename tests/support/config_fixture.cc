@@ -47,7 +47,8 @@ ConfigFixture::ConfigFixture(const std::vector<ProductEntry> &products)
 
 ConfigFixture::~ConfigFixture()
 {
-    savedEnvironment_ ? ::setenv(ZELKLOG_CONFIG_ENV, savedEnvironment_->c_str(), 1) : ::unsetenv(ZELKLOG_CONFIG_ENV);
+    savedEnvironment_ ? ::setenv(ZELKLOG_CONFIG_ENV, savedEnvironment_->c_str(), 1)
+                      : ::unsetenv(ZELKLOG_CONFIG_ENV);
     std::error_code ignored;
     std::filesystem::remove_all(directory_, ignored);
 }
@@ -80,8 +81,9 @@ void ConfigFixture::addProduct(const ProductEntry &product)
         setProperty(globalStore_, id, ZELKLOG_CFG_FORMAT_RESOURCE, product.formatResource);
     createStore(store);
     for (const OriginatorEntry &originator : product.originators) {
-        std::string section = originator.id == ZELKLOG_DEFAULT_ORIGINATOR ? std::string(ZELKLOG_CFG_DEFAULT_SECTION)
-                                                                          : std::to_string(originator.id);
+        std::string section = originator.id == ZELKLOG_DEFAULT_ORIGINATOR
+                                  ? std::string(ZELKLOG_CFG_DEFAULT_SECTION)
+                                  : std::to_string(originator.id);
         setProperty(store, section, ZELKLOG_CFG_NAMES, joined(originator.names));
         if (originator.fileId != 0)
             setProperty(store, section, ZELKLOG_CFG_FILE_ID, std::to_string(originator.fileId));

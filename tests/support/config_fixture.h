@@ -27,7 +27,9 @@ using Names = std::vector<std::string>;
 // Constructors rather than aggregates, so that rows may leave out trailing fields.
 struct OriginatorEntry {
     OriginatorEntry(uint64_t i = 0, Names n = {}, uint64_t f = 0, Names fn = {})
-        : id(i), names(std::move(n)), fileId(f), fileNames(std::move(fn)) {}
+        : id(i), names(std::move(n)), fileId(f), fileNames(std::move(fn))
+    {
+    }
     uint64_t id;      // 112 is written as the section "Default"
     Names names;      // "Names"
     uint64_t fileId;  // "FileId" (0: not written)
@@ -38,7 +40,9 @@ struct ProductEntry {
     ProductEntry(uint64_t i = 0, Names n = {}, std::string dir = {}, std::vector<OriginatorEntry> o = {},
                  std::string res = {}, std::string store = {})
         : id(i), names(std::move(n)), logDirectory(std::move(dir)), originators(std::move(o)),
-          formatResource(std::move(res)), storeName(std::move(store)) {}
+          formatResource(std::move(res)), storeName(std::move(store))
+    {
+    }
     uint64_t id;
     Names names;               // "Names"
     std::string logDirectory;  // "": <directory>/logs/<id>/, created
@@ -48,7 +52,10 @@ struct ProductEntry {
 };
 
 // The configuration most fetch tests use: product 7 "billing" with the default originator.
-inline std::vector<ProductEntry> billingProduct() { return {{7, {"billing"}, "", {{112, {"main"}}}}}; }
+inline std::vector<ProductEntry> billingProduct()
+{
+    return {{7, {"billing"}, "", {{112, {"main"}}}}};
+}
 
 class ConfigFixture {
 public:

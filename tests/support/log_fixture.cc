@@ -15,7 +15,8 @@ namespace zelk::test {
 TempDir::TempDir()
 {
     const char *base = std::getenv("TMPDIR");
-    std::string pattern = std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/zelklog-test-XXXXXX";
+    std::string pattern =
+        std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/zelklog-test-XXXXXX";
     if (mkdtemp(pattern.data()) == nullptr) {
         ADD_FAILURE() << "mkdtemp failed for " << pattern;
         return;
@@ -43,14 +44,20 @@ LogFile::LogFile(const std::string &path, uint64_t format, const std::string &he
     check(zelkLogWriterCreate(path.c_str(), format, headerText.c_str(), 0660, &writer_), path.c_str());
 }
 
-LogFile::LogFile(const std::string &path) { check(zelkLogWriterOpen(path.c_str(), &writer_), path.c_str()); }
+LogFile::LogFile(const std::string &path)
+{
+    check(zelkLogWriterOpen(path.c_str(), &writer_), path.c_str());
+}
 
 bool LogFile::append(const std::string &text)
 {
     return check(zelkLogWriterAppend(writer_, text.data(), text.size()), "append");
 }
 
-bool LogFile::append(const ZelkLogMsg &record) { return check(zelkLogWriterAppendMsg(writer_, &record), "append"); }
+bool LogFile::append(const ZelkLogMsg &record)
+{
+    return check(zelkLogWriterAppendMsg(writer_, &record), "append");
+}
 
 void LogFile::close()
 {
@@ -131,7 +138,10 @@ void appendRecords(const std::string &path, const std::vector<RecordFields> &rec
         file.append(makeRecord(fields));
 }
 
-void appendRawRecord(const std::string &path, const std::string &text) { LogFile(path).append(text); }
+void appendRawRecord(const std::string &path, const std::string &text)
+{
+    LogFile(path).append(text);
+}
 
 void setModificationTime(const std::string &path, time_t mtime)
 {

@@ -32,7 +32,7 @@ private:
 class LogFile {
 public:
     LogFile(const std::string &path, uint64_t format, const std::string &headerText = "");  // creates
-    explicit LogFile(const std::string &path);                                               // appends
+    explicit LogFile(const std::string &path);                                              // appends
     ~LogFile() { close(); }
     LogFile(const LogFile &) = delete;
     LogFile &operator=(const LogFile &) = delete;
@@ -50,7 +50,7 @@ struct RecordFields {
     int64_t timeMs = 1000;
     uint64_t tid = 1;  // the tests' record number
     uint64_t pid = 1234, productId = 7, originatorId = 112, fileId = 0, msgId = 100;
-    uint32_t severity = ZELKLOG_SEV_INFO;  // kind 2
+    uint32_t severity = ZELKLOG_SEV_INFO;                 // kind 2
     std::string who, subject, contextToken, contextText;  // "": none
 };
 
@@ -65,7 +65,7 @@ inline RecordFields numbered(uint64_t tid, uint32_t kind = ZELKLOG_MSG_APP)
 }
 
 ZelkLogMsg makeRecord(const RecordFields &fields);
-ZelkLogMsg makeRecord(uint32_t kind, int64_t timeMs, uint64_t tid = 1);  // no texts
+ZelkLogMsg makeRecord(uint32_t kind, int64_t timeMs, uint64_t tid = 1);                   // no texts
 std::string serialize(const ZelkLogMsg &record, uint64_t format = ZELKLOG_FORMAT_10006);  // "": refused
 
 // Writes `path` with one record per text; returns `path` ("" on failure).

@@ -13,15 +13,24 @@ ZELKLOG_API int isterm(int32_t kind)
 ZELKLOG_API int eval(int32_t op, int64_t left, int64_t right)
 {
     switch (op) {
-    case AND: return (left != 0 && right != 0) ? 1 : 0;
-    case OR: return (left != 0 || right != 0) ? 1 : 0;
-    case LESS: return left < right;
-    case GREATER: return left > right;
-    case LESSEQ: return left <= right;
-    case GREATEREQ: return left >= right;
-    case EQUAL: return left == right;
-    case NOTEQUAL: return left != right;
-    default: return 0;
+    case AND:
+        return (left != 0 && right != 0) ? 1 : 0;
+    case OR:
+        return (left != 0 || right != 0) ? 1 : 0;
+    case LESS:
+        return left < right;
+    case GREATER:
+        return left > right;
+    case LESSEQ:
+        return left <= right;
+    case GREATEREQ:
+        return left >= right;
+    case EQUAL:
+        return left == right;
+    case NOTEQUAL:
+        return left != right;
+    default:
+        return 0;
     }
 }
 

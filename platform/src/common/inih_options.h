@@ -13,12 +13,12 @@ namespace zelk::core {
 
 // inih's defaults unless changed.
 struct InihOptions {
-    bool multiline = true;         // indented lines continue the previous value
-    bool inlineComments = true;    // ";" after white space starts a comment
+    bool multiline = true;       // indented lines continue the previous value
+    bool inlineComments = true;  // ";" after white space starts a comment
     bool stopOnFirstError = false;
-    bool useStack = true;          // line buffer on the stack (fixed size)
-    bool allowRealloc = false;     // heap line buffer grows up to maxLine
-    int maxLine = 200;             // longest line, newline and terminator included
+    bool useStack = true;       // line buffer on the stack (fixed size)
+    bool allowRealloc = false;  // heap line buffer grows up to maxLine
+    int maxLine = 200;          // longest line, newline and terminator included
 };
 
 int parseWithOptions(const InihOptions &options, ini_reader reader, void *stream, ini_handler handler,

@@ -11,16 +11,21 @@ void releaseArgument(ZelkLogMsgArg *arg)
 {
     if (arg->ownsValue != 0) {
         switch (arg->type) {
-        case ZELKLOG_ARG_WSTRING: zelkLogFree(arg->value.wideString); break;
+        case ZELKLOG_ARG_WSTRING:
+            zelkLogFree(arg->value.wideString);
+            break;
         case ZELKLOG_ARG_XSTRING:
-        case ZELKLOG_ARG_STRING: zelkLogFree(arg->value.string); break;
+        case ZELKLOG_ARG_STRING:
+            zelkLogFree(arg->value.string);
+            break;
         case ZELKLOG_ARG_LIST:
             if (arg->value.list != nullptr) {
                 releaseList(arg->value.list);
                 zelkLogFree(arg->value.list);
             }
             break;
-        default: break;  // no other type owns storage
+        default:
+            break;  // no other type owns storage
         }
     }
     zelkLogFree(arg);
@@ -54,10 +59,17 @@ ZELKLOG_API void zelkLogFreeMsg(ZelkLogMsg *record)
     switch (record->kind) {
     case ZELKLOG_MSG_DEBUG:
     case ZELKLOG_MSG_DIAG:
-    case ZELKLOG_MSG_APP: zelkLogFree(record->kindData.second.who); break;
-    case ZELKLOG_MSG_CTX: zelkLogFree(record->kindData.first.contextText); break;
-    case ZELKLOG_MSG_AUDIT: zelkLogFree(record->kindData.second.subject); break;
-    default: break;  // a kind the decoder refused: no kind-specific field was stored
+    case ZELKLOG_MSG_APP:
+        zelkLogFree(record->kindData.second.who);
+        break;
+    case ZELKLOG_MSG_CTX:
+        zelkLogFree(record->kindData.first.contextText);
+        break;
+    case ZELKLOG_MSG_AUDIT:
+        zelkLogFree(record->kindData.second.subject);
+        break;
+    default:
+        break;  // a kind the decoder refused: no kind-specific field was stored
     }
     releaseList(&record->args);
     std::memset(record, 0, sizeof *record);

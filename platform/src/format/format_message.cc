@@ -33,12 +33,12 @@ enum FormatFlag : uint32_t {
 
 constexpr const char16_t *kSeparator = u" | ";
 
-template <typename Number>
-void appendNumber(icu::UnicodeString &out, Number value)
+template <typename Number> void appendNumber(icu::UnicodeString &out, Number value)
 {
     char digits[24];
     auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
-    out.append(icu::UnicodeString(digits, static_cast<int32_t>(end - digits), icu::UnicodeString::kInvariant));
+    out.append(
+        icu::UnicodeString(digits, static_cast<int32_t>(end - digits), icu::UnicodeString::kInvariant));
 }
 
 void appendOrDash(icu::UnicodeString &out, const char *text)
@@ -109,11 +109,14 @@ void appendDetail(icu::UnicodeString &out, const ZelkLogMsg &record)
         out += u" return ";
         appendNumber(out, record.kindData.returnValue);
         break;
-    default: out += u'-'; break;
+    default:
+        out += u'-';
+        break;
     }
 }
 
-void appendContext(icu::UnicodeString &out, const ZelkLogMsg &record, ContextTitleEntry **titles, bool withToken)
+void appendContext(icu::UnicodeString &out, const ZelkLogMsg &record, ContextTitleEntry **titles,
+                   bool withToken)
 {
     const char *token = nullptr;
     zelkLogGetMsgContextAttrToken(&record, &token);
@@ -130,8 +133,8 @@ void appendContext(icu::UnicodeString &out, const ZelkLogMsg &record, ContextTit
     appendOrDash(out, token);  // no title known: the token stands for the context
 }
 
-void buildLine(icu::UnicodeString &out, ZelkLogLocalizerList &list, Localizer &localizer, ContextTitleEntry **titles,
-               uint32_t flags, const ZelkLogMsg &record)
+void buildLine(icu::UnicodeString &out, ZelkLogLocalizerList &list, Localizer &localizer,
+               ContextTitleEntry **titles, uint32_t flags, const ZelkLogMsg &record)
 {
     bool first = true;
     auto field = [&]() {
@@ -206,8 +209,8 @@ size_t utf8Prefix(const std::string &text, size_t limit)
 }
 
 uint32_t formatRecord(ZelkLogLocalizerList *localizers, ContextTitleEntry **titles, const char *locale,
-                      uint32_t flags, uint32_t maxLength, const char *formatResource, const ZelkLogMsg *record,
-                      char **text)
+                      uint32_t flags, uint32_t maxLength, const char *formatResource,
+                      const ZelkLogMsg *record, char **text)
 {
     if (text == nullptr)
         return ZELKLOG_RC_BAD_ARGUMENT;
@@ -267,8 +270,8 @@ ZELKLOG_API uint32_t zelkLogFormatMessageEx(LogQuery *query, const char *locale,
         return ZELKLOG_RC_BAD_ARGUMENT;
     // formatArg is the longest text wanted, in bytes (0: no limit).
     const uint32_t maxLength = formatArg > UINT32_MAX ? UINT32_MAX : static_cast<uint32_t>(formatArg);
-    return formatRecord(&query->localizers, query->contextTitles, locale, flags, maxLength, query->formatResource,
-                        record, formatted);
+    return formatRecord(&query->localizers, query->contextTitles, locale, flags, maxLength,
+                        query->formatResource, record, formatted);
 }
 
 }  // extern "C"

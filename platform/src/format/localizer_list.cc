@@ -134,8 +134,8 @@ UDateFormat *dateFormatFor(Localizer &localizer, bool milliseconds)
         return slot;
     UErrorCode status = U_ZERO_ERROR;
     const UChar zone[] = {u'G', u'M', u'T', 0};
-    UDateFormat *format = udat_open(UDAT_MEDIUM, UDAT_MEDIUM, localizer.locale.c_str(), zone, 3, nullptr, -1,
-                                    &status);
+    UDateFormat *format =
+        udat_open(UDAT_MEDIUM, UDAT_MEDIUM, localizer.locale.c_str(), zone, 3, nullptr, -1, &status);
     if (U_SUCCESS(status) && milliseconds) {
         // The locale's own pattern with fractions after the seconds field.
         UChar pattern[128];

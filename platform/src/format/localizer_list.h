@@ -24,8 +24,8 @@ namespace zelk::core {
 
 struct Localizer {
     Localizer *next = nullptr;
-    std::string directory;  // empty: no catalogues
-    std::string locale;     // ICU base name, "root" for the root locale
+    std::string directory;                        // empty: no catalogues
+    std::string locale;                           // ICU base name, "root" for the root locale
     std::unique_ptr<MessageCatalogue> catalogue;  // null when the locale has no file
     Localizer *parent = nullptr;                  // next locale of the chain, null after root
     bool parentKnown = false;

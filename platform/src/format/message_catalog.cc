@@ -119,7 +119,7 @@ bool MessageCatalogue::load(const std::string &path)
     haveLastKey_ = false;
     // Bad lines are skipped by inih; what could be read stays usable.
     return zelk::core::parseStringWithOptions(catalogueOptions(), content.c_str(), &MessageCatalogue::onEntry,
-                                             this) >= 0;
+                                              this) >= 0;
 }
 
 const std::string *MessageCatalogue::find(uint64_t productId, uint64_t messageId) const

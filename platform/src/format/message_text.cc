@@ -29,11 +29,11 @@ icu::UnicodeString fromWide(const wchar_t *text, size_t length)
     static_assert(sizeof(wchar_t) == sizeof(UChar32), "wide strings hold UTF-32");
     if (length > static_cast<size_t>(INT32_MAX))
         length = INT32_MAX;
-    return icu::UnicodeString::fromUTF32(reinterpret_cast<const UChar32 *>(text), static_cast<int32_t>(length));
+    return icu::UnicodeString::fromUTF32(reinterpret_cast<const UChar32 *>(text),
+                                         static_cast<int32_t>(length));
 }
 
-template <typename Number>
-icu::UnicodeString decimal(Number value)
+template <typename Number> icu::UnicodeString decimal(Number value)
 {
     char digits[32];
     auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
@@ -46,11 +46,12 @@ icu::UnicodeString realNumber(double value)
     auto result = std::to_chars(digits, digits + sizeof digits, value);
     if (result.ec != std::errc())
         return icu::UnicodeString(u"?");
-    return icu::UnicodeString(digits, static_cast<int32_t>(result.ptr - digits), icu::UnicodeString::kInvariant);
+    return icu::UnicodeString(digits, static_cast<int32_t>(result.ptr - digits),
+                              icu::UnicodeString::kInvariant);
 }
 
-void appendList(ZelkLogMsgArgList const &list, uint64_t productId, int depth, ZelkLogLocalizerList &localizers,
-                Localizer &localizer, icu::UnicodeString &out);
+void appendList(ZelkLogMsgArgList const &list, uint64_t productId, int depth,
+                ZelkLogLocalizerList &localizers, Localizer &localizer, icu::UnicodeString &out);
 
 // The text of a nested list: its message where known, otherwise in brackets.
 icu::UnicodeString nestedText(const ZelkLogMsgArgList *nested, uint64_t productId, int depth,
@@ -76,20 +77,30 @@ icu::UnicodeString plainText(const ZelkLogMsgArg &arg, uint64_t productId, int d
                              ZelkLogLocalizerList &localizers, Localizer &localizer)
 {
     switch (arg.type) {
-    case ZELKLOG_ARG_WCHAR: return fromWide(&arg.value.wideChar, 1);
+    case ZELKLOG_ARG_WCHAR:
+        return fromWide(&arg.value.wideChar, 1);
     case ZELKLOG_ARG_INT:
-    case ZELKLOG_ARG_DINT: return decimal(arg.value.sizedInt.value);
-    case ZELKLOG_ARG_UINT: return decimal(arg.value.sizedUInt.value);
-    case ZELKLOG_ARG_DOUBLE: return realNumber(arg.value.real);
-    case ZELKLOG_ARG_UINT64: return decimal(arg.value.uint64);
-    case ZELKLOG_ARG_INT64: return decimal(arg.value.int64);
+    case ZELKLOG_ARG_DINT:
+        return decimal(arg.value.sizedInt.value);
+    case ZELKLOG_ARG_UINT:
+        return decimal(arg.value.sizedUInt.value);
+    case ZELKLOG_ARG_DOUBLE:
+        return realNumber(arg.value.real);
+    case ZELKLOG_ARG_UINT64:
+        return decimal(arg.value.uint64);
+    case ZELKLOG_ARG_INT64:
+        return decimal(arg.value.int64);
     case ZELKLOG_ARG_WSTRING:
-        return arg.value.wideString == nullptr ? icu::UnicodeString()
-                                               : fromWide(arg.value.wideString, std::wcslen(arg.value.wideString));
-    case ZELKLOG_ARG_LIST: return nestedText(arg.value.list, productId, depth, localizers, localizer);
+        return arg.value.wideString == nullptr
+                   ? icu::UnicodeString()
+                   : fromWide(arg.value.wideString, std::wcslen(arg.value.wideString));
+    case ZELKLOG_ARG_LIST:
+        return nestedText(arg.value.list, productId, depth, localizers, localizer);
     case ZELKLOG_ARG_XSTRING:
-    case ZELKLOG_ARG_STRING: return fromBytes(arg.value.string);
-    default: return icu::UnicodeString(u"?");
+    case ZELKLOG_ARG_STRING:
+        return fromBytes(arg.value.string);
+    default:
+        return icu::UnicodeString(u"?");
     }
 }
 
@@ -113,12 +124,18 @@ icu::Formattable formattable(const ZelkLogMsgArg &arg, uint64_t productId, int d
 {
     switch (arg.type) {
     case ZELKLOG_ARG_INT:
-    case ZELKLOG_ARG_DINT: return icu::Formattable(static_cast<int64_t>(arg.value.sizedInt.value));
-    case ZELKLOG_ARG_UINT: return unsignedValue(arg.value.sizedUInt.value);
-    case ZELKLOG_ARG_DOUBLE: return icu::Formattable(arg.value.real);
-    case ZELKLOG_ARG_UINT64: return unsignedValue(arg.value.uint64);
-    case ZELKLOG_ARG_INT64: return icu::Formattable(static_cast<int64_t>(arg.value.int64));
-    default: return icu::Formattable(plainText(arg, productId, depth, localizers, localizer));
+    case ZELKLOG_ARG_DINT:
+        return icu::Formattable(static_cast<int64_t>(arg.value.sizedInt.value));
+    case ZELKLOG_ARG_UINT:
+        return unsignedValue(arg.value.sizedUInt.value);
+    case ZELKLOG_ARG_DOUBLE:
+        return icu::Formattable(arg.value.real);
+    case ZELKLOG_ARG_UINT64:
+        return unsignedValue(arg.value.uint64);
+    case ZELKLOG_ARG_INT64:
+        return icu::Formattable(static_cast<int64_t>(arg.value.int64));
+    default:
+        return icu::Formattable(plainText(arg, productId, depth, localizers, localizer));
     }
 }
 
@@ -141,8 +158,8 @@ bool hasArguments(const ZelkLogMsgArgList &list)
 
 // Appends the message of `list`: the catalogue text with the arguments, or the
 // identifier (when not 0) and the arguments in parentheses.
-void appendList(ZelkLogMsgArgList const &list, uint64_t productId, int depth, ZelkLogLocalizerList &localizers,
-                Localizer &localizer, icu::UnicodeString &out)
+void appendList(ZelkLogMsgArgList const &list, uint64_t productId, int depth,
+                ZelkLogLocalizerList &localizers, Localizer &localizer, icu::UnicodeString &out)
 {
     if (list.msgId != 0) {
         if (icu::MessageFormat *format = messageFormatFor(localizers, localizer, productId, list.msgId)) {

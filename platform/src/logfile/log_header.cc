@@ -64,7 +64,8 @@ bool decodeHeader(const unsigned char *bytes, size_t size, ZelkLogFileHeader *he
 {
     if (size < kHeaderSize || std::memcmp(bytes + kOffMagic, kMagic, sizeof kMagic) != 0)
         return false;
-    if (load32(bytes + kOffHeaderSize) != kHeaderSize || load32(bytes + kOffChecksum) != headerChecksum(bytes))
+    if (load32(bytes + kOffHeaderSize) != kHeaderSize ||
+        load32(bytes + kOffChecksum) != headerChecksum(bytes))
         return false;
     uint32_t format = load32(bytes + kOffFormat);
     uint32_t textLength = load32(bytes + kOffTextLength);

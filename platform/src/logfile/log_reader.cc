@@ -13,7 +13,8 @@ namespace {
 
 class Reader {
 public:
-    explicit Reader(LogOsFile *file) : file_(file), data_(reinterpret_cast<unsigned char *>(file->area) + kStateSize)
+    explicit Reader(LogOsFile *file)
+        : file_(file), data_(reinterpret_cast<unsigned char *>(file->area) + kStateSize)
     {
     }
 

@@ -11,7 +11,7 @@
 namespace zelk::core::logfile {
 namespace {
 
-constexpr int kMaxNesting = 32;  // levels of argument lists, the top list counting as one
+constexpr int kMaxNesting = 32;                    // levels of argument lists, the top list counting as one
 constexpr uint64_t kMaxMessageId = 9999999999ull;  // the identifier field holds 10 digits
 
 // Bounded output: every append checks the room left; once full, it stays failed.

@@ -138,7 +138,8 @@ ZELKLOG_API uint32_t zelkLogWriterCreate(const char *path, uint64_t format, cons
     } catch (...) {
         return ZELKLOG_RC_NO_MEMORY;
     }
-    int fd = ::open(temporary.c_str(), O_RDWR | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC, mode_t(mode & 07777));
+    int fd =
+        ::open(temporary.c_str(), O_RDWR | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC, mode_t(mode & 07777));
     if (fd < 0)
         return ZELKLOG_RC_FAILURE;
     unsigned char header[kHeaderSize];

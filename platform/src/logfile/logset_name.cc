@@ -58,8 +58,8 @@ ZELKLOG_API int getSLidfromfilename(const char *fileName, uint64_t *id, char *na
     return 1;
 }
 
-ZELKLOG_API uint32_t zelkLogMakeLogSetFileName(uint64_t logsetId, const char *logsetName,
-                                               const char *suffix, char *out, size_t capacity)
+ZELKLOG_API uint32_t zelkLogMakeLogSetFileName(uint64_t logsetId, const char *logsetName, const char *suffix,
+                                               char *out, size_t capacity)
 {
     if (out != nullptr && capacity > 0)
         out[0] = '\0';
@@ -72,7 +72,8 @@ ZELKLOG_API uint32_t zelkLogMakeLogSetFileName(uint64_t logsetId, const char *lo
         suffix = "";
     if (*suffix != '\0' && (*suffix != '.' || std::strchr(suffix, '/') != nullptr))
         return ZELKLOG_RC_BAD_ARGUMENT;
-    int written = std::snprintf(out, capacity, "%s%016" PRIx64 "-%s%s", kPrefix, logsetId, logsetName, suffix);
+    int written =
+        std::snprintf(out, capacity, "%s%016" PRIx64 "-%s%s", kPrefix, logsetId, logsetName, suffix);
     if (written < 0 || size_t(written) >= capacity) {
         if (capacity > 0)
             out[0] = '\0';

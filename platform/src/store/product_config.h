@@ -22,8 +22,8 @@ struct OriginatorConfig {
 // One product (a section of the global store, plus its own store).
 struct ProductData {
     uint64_t productId = 0;
-    std::vector<std::string> names;      // "Names": names that resolve to `productId` (PRODID)
-    std::string storePath;               // "ConfigPath": location of the product's own store
+    std::vector<std::string> names;  // "Names": names that resolve to `productId` (PRODID)
+    std::string storePath;           // "ConfigPath": location of the product's own store
     std::vector<OriginatorConfig> originators;
 };
 

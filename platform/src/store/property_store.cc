@@ -30,8 +30,7 @@ OpenStore *openStore(UtiPropertyStore *handle)
 }
 
 // Runs body and turns an allocation failure into its store code.
-template <typename Body>
-uint32_t guarded(Body body)
+template <typename Body> uint32_t guarded(Body body)
 {
     try {
         return body();
@@ -211,17 +210,28 @@ ZELKLOG_API uint32_t utiRemovePropertyRoot(UtiPropertyStore *handle, const char 
 ZELKLOG_API uint32_t utipsres2zelklogres(uint32_t storeCode)
 {
     switch (storeCode) {
-    case UTI_PS_OK: return ZELKLOG_RC_OK;
-    case UTI_PS_IO_ERROR: return ZELKLOG_RC_FAILURE;
-    case UTI_PS_OPEN_FAILED: return 2u;  // the library's "store could not be opened"
-    case UTI_PS_BAD_ARGUMENT: return ZELKLOG_RC_BAD_ARGUMENT;
-    case UTI_PS_NO_MEMORY: return ZELKLOG_RC_NO_MEMORY;
-    case UTI_PS_DENIED: return ZELKLOG_RC_STORE_DENIED;
-    case UTI_PS_NO_STORE: return ZELKLOG_RC_STORE_UNAVAILABLE;
-    case UTI_PS_END: return ZELKLOG_RC_NO_MORE_RECORDS;
-    case UTI_PS_NOT_FOUND: return ZELKLOG_RC_UNKNOWN_NAME;
-    case UTI_PS_CORRUPT: return ZELKLOG_RC_STORE_UNAVAILABLE;
-    default: return ZELKLOG_RC_FAILURE;
+    case UTI_PS_OK:
+        return ZELKLOG_RC_OK;
+    case UTI_PS_IO_ERROR:
+        return ZELKLOG_RC_FAILURE;
+    case UTI_PS_OPEN_FAILED:
+        return 2u;  // the library's "store could not be opened"
+    case UTI_PS_BAD_ARGUMENT:
+        return ZELKLOG_RC_BAD_ARGUMENT;
+    case UTI_PS_NO_MEMORY:
+        return ZELKLOG_RC_NO_MEMORY;
+    case UTI_PS_DENIED:
+        return ZELKLOG_RC_STORE_DENIED;
+    case UTI_PS_NO_STORE:
+        return ZELKLOG_RC_STORE_UNAVAILABLE;
+    case UTI_PS_END:
+        return ZELKLOG_RC_NO_MORE_RECORDS;
+    case UTI_PS_NOT_FOUND:
+        return ZELKLOG_RC_UNKNOWN_NAME;
+    case UTI_PS_CORRUPT:
+        return ZELKLOG_RC_STORE_UNAVAILABLE;
+    default:
+        return ZELKLOG_RC_FAILURE;
     }
 }
 

@@ -68,10 +68,22 @@ std::string unescape(std::string_view text)
         }
         char next = text[i + 1];
         switch (next) {
-        case '\\': out.push_back('\\'); ++i; continue;
-        case 'n': out.push_back('\n'); ++i; continue;
-        case 'r': out.push_back('\r'); ++i; continue;
-        case 't': out.push_back('\t'); ++i; continue;
+        case '\\':
+            out.push_back('\\');
+            ++i;
+            continue;
+        case 'n':
+            out.push_back('\n');
+            ++i;
+            continue;
+        case 'r':
+            out.push_back('\r');
+            ++i;
+            continue;
+        case 't':
+            out.push_back('\t');
+            ++i;
+            continue;
         case 'x':
             if (i + 3 < text.size() && hexDigit(text[i + 2]) >= 0 && hexDigit(text[i + 3]) >= 0) {
                 int byte = hexDigit(text[i + 2]) * 16 + hexDigit(text[i + 3]);
@@ -211,9 +223,8 @@ uint32_t parseStore(std::string_view text, StoreData &out)
 
 std::string formatStore(const StoreData &data)
 {
-    std::string out =
-        "; zelkLog property store: \"Name = value\" lines under [Section] headers.\n"
-        "; Escapes in names and values: \\\\ \\n \\r \\t \\xHH.\n";
+    std::string out = "; zelkLog property store: \"Name = value\" lines under [Section] headers.\n"
+                      "; Escapes in names and values: \\\\ \\n \\r \\t \\xHH.\n";
     auto appendSection = [&out](const Section &section) {
         for (const Property &p : section.properties) {
             appendEscaped(out, p.name, true);
