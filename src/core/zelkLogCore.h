@@ -58,8 +58,18 @@ ZELKLOG_API uint32_t updateQueryForTZ(QueryNode *root, int64_t tzOffset);
 ZELKLOG_API int zelkLogOs_open(LogOsFile *file, const char *path, int access, int mode);
 /* Accepts a handle that is not open; leaves fd -1. */
 ZELKLOG_API int zelkLogOs_close(LogOsFile *file);
-/* Reads the header of the entry's open file; 0, 48 (notice: writer active) or an error code. */
+/* Reads the header of the entry's open file; 0, 48 (notice: writer active) or an error code.
+ * Remembers the file's identity in the entry's core words. */
 ZELKLOG_API uint32_t ReadHeader(LogFileEntry *entry, ZelkLogFileHeader *header);
+/* 1 when the entry's open file is still the file whose header was read (or its identity is
+ * unknown); 0 when the name now names another file (replaced by rename). */
+ZELKLOG_API int zelkLogIsSameLogFile(const LogFileEntry *entry);
+/* Closes an open handle's descriptor but keeps its unread bytes; *position receives where
+ * reading resumes.  0 when set aside; non-zero when the position is unknown (left open). */
+ZELKLOG_API int zelkLogOs_setAside(LogOsFile *file, int64_t *position);
+/* The next record of a set-aside handle from its kept bytes: 1 with the text, *position moved
+ * behind it; 0 when they hold no whole record at *position (reopen and read from there). */
+ZELKLOG_API int zelkLogOs_readAside(LogOsFile *file, textMessage *message, int64_t *position);
 ZELKLOG_API void init_text_msg(textMessage *message);
 /* 1 when one record's text was read (handle positioned just behind it), else 0. */
 ZELKLOG_API int readrecord(LogOsFile *file, textMessage *message);

@@ -1,5 +1,6 @@
 // GetLogFiles: the log files of every configured product's log directory, oldest first.
 #include "platform/src/logfile/log_format.h"
+#include "platform/src/logfile/read_state.h"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -7,6 +8,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -20,6 +22,8 @@ struct FoundFile {
     std::string name;
     size_t directory;  // index into the list of directories
     uint64_t format;
+    uint64_t device;
+    uint64_t inode;
 };
 
 // The format of a file with a valid header, 0 for anything else.
@@ -56,7 +60,8 @@ void scanDirectory(const std::string &path, size_t index, std::vector<FoundFile>
         if (format == 0)
             continue;
         int64_t modified = int64_t(info.st_mtim.tv_sec) * 1000000000 + info.st_mtim.tv_nsec;
-        found.push_back(FoundFile{modified, item->d_name, index, format});
+        found.push_back(
+            FoundFile{modified, item->d_name, index, format, uint64_t(info.st_dev), uint64_t(info.st_ino)});
     }
     closedir(directory);
 }
@@ -89,15 +94,29 @@ std::vector<std::string> logDirectories(ZelkLogProductCfg **array, uint64_t coun
     return directories;
 }
 
+// An entry is mostly its handle's read-ahead area, which stays untouched until the file
+// is read: only the fields below are written, so that a list of thousands of files costs
+// two pages of memory per file.  Entries start on a page, which keeps the fields behind
+// the area (read-ahead record, position, texts) within one page.  Freed with zelkLogFree.
 LogFileEntry *newEntry(const FoundFile &file, const std::string &directory)
 {
-    auto *entry = static_cast<LogFileEntry *>(zelkLogMalloc(sizeof(LogFileEntry)));
-    if (entry == nullptr)
+    void *storage = nullptr;
+    if (posix_memalign(&storage, 4096, sizeof(LogFileEntry)) != 0)
         return nullptr;
-    std::memset(entry, 0, sizeof *entry);
-    entry->file.fd = -1;
+    auto *entry = static_cast<LogFileEntry *>(storage);
+    entry->next = nullptr;
     entry->format = file.format;
+    entry->file.fd = -1;
+    entry->file.readerState = 0;
+    storeState(&entry->file, freshState());
+    std::memset(&entry->pending, 0, sizeof entry->pending);
+    entry->coreWord1 = file.device;
+    entry->coreWord2 = file.inode;
+    entry->savedOffset = 0;
+    std::memset(entry->headerText, 0, sizeof entry->headerText);
+    std::memset(entry->logDirectory, 0, sizeof entry->logDirectory);
     std::memcpy(entry->logDirectory, directory.c_str(), directory.size() + 1);
+    std::memset(entry->fileName, 0, sizeof entry->fileName);
     std::memcpy(entry->fileName, file.name.c_str(), file.name.size() + 1);
     return entry;
 }

@@ -2,6 +2,7 @@
 #include "platform/src/logfile/log_format.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <xxhash.h>
 
@@ -109,17 +110,36 @@ extern "C" {
 
 // Reads the header of the entry's open file without moving its read position.  The
 // header is cleared first, so a caller that copies its text copies an empty text when
-// nothing could be read.
+// nothing could be read.  The entry's core words remember which file this is (device and
+// inode number), for zelkLogIsSameLogFile.
 ZELKLOG_API uint32_t ReadHeader(LogFileEntry *entry, ZelkLogFileHeader *header)
 {
     if (header != nullptr)
         std::memset(header, 0, sizeof *header);
     if (entry == nullptr || header == nullptr || entry->file.fd < 0)
         return ZELKLOG_RC_BAD_ARGUMENT;
+    struct stat info;
+    if (fstat(entry->file.fd, &info) == 0) {
+        entry->coreWord1 = uint64_t(info.st_dev);
+        entry->coreWord2 = uint64_t(info.st_ino);
+    }
     uint32_t code = zelk::core::logfile::readHeaderFromFd(entry->file.fd, header);
     if (code != ZELKLOG_RC_OK && code != ZELKLOG_RC_HEADER_NOTICE)
         std::memset(header, 0, sizeof *header);
     return code;
+}
+
+// 1 when the entry's open file is the one whose identity the entry keeps (or none is
+// kept), 0 when its name has come to name another file since, for example one renamed
+// over it.
+ZELKLOG_API int zelkLogIsSameLogFile(const LogFileEntry *entry)
+{
+    if (entry == nullptr || entry->file.fd < 0 || entry->coreWord2 == 0)
+        return 1;
+    struct stat info;
+    if (fstat(entry->file.fd, &info) != 0)
+        return 1;
+    return uint64_t(info.st_dev) == entry->coreWord1 && uint64_t(info.st_ino) == entry->coreWord2 ? 1 : 0;
 }
 
 }  // extern "C"

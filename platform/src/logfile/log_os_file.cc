@@ -1,10 +1,44 @@
-// Opening and closing the OS file handle of a log file.
+// Opening, closing and setting aside the OS file handle of a log file.
+#include "platform/src/logfile/log_format.h"
 #include "platform/src/logfile/read_state.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+
+namespace zelk::core::logfile {
+namespace {
+
+// True when the handle's bookkeeping describes its read-ahead: `state.begin..end` are
+// the unread bytes, ending at file offset `state.endOffset`.
+bool stateInStep(const LogOsFile *file, const ReadState &state)
+{
+    return state.magic == kReadStateMagic && state.endOffset >= 0 && state.end <= kDataCapacity &&
+           state.begin <= state.end && file->readerState >= 0 &&
+           uint32_t(file->readerState) == state.end - state.begin && (state.flags & kReportCorrupt) == 0;
+}
+
+// A handle that read more than a first chunk has its buffer's pages resident: give them
+// back, so that the entries of finished files (freed, but not returned to the system)
+// cost no memory.  Only whole pages inside the area are dropped; they read as zeros.
+void dropBufferPages(LogOsFile *file, const ReadState &state)
+{
+    if (state.magic != kReadStateMagic || state.endOffset <= int64_t(kHeaderSize + kFirstChunk))
+        return;
+    const uintptr_t page = uintptr_t(sysconf(_SC_PAGESIZE));
+    uintptr_t begin = (uintptr_t(file->area) + kStateSize + page - 1) & ~(page - 1);
+    uintptr_t end = (uintptr_t(file->area) + sizeof file->area) & ~(page - 1);
+    if (end > begin)
+        madvise(reinterpret_cast<void *>(begin), end - begin, MADV_DONTNEED);
+}
+
+}  // namespace
+}  // namespace zelk::core::logfile
+
+using namespace zelk::core::logfile;
 
 extern "C" {
 
@@ -17,7 +51,7 @@ ZELKLOG_API int zelkLogOs_open(LogOsFile *file, const char *path, int access, in
         return ZELKLOG_RC_BAD_ARGUMENT;
     file->fd = -1;
     file->readerState = 0;
-    zelk::core::logfile::storeState(file, zelk::core::logfile::freshState());
+    storeState(file, freshState());
     if (path == nullptr || (access != 1 && access != 2))
         return ZELKLOG_RC_BAD_ARGUMENT;
     int flags = (access == 1 ? O_RDONLY : O_RDWR) | O_CLOEXEC;
@@ -31,8 +65,9 @@ ZELKLOG_API int zelkLogOs_open(LogOsFile *file, const char *path, int access, in
     return 0;
 }
 
-// Closes an open handle; a handle that is not open (fd -1) is left as it is.  0, or -1
-// when the system reports an error on close (the descriptor is released all the same).
+// Closes an open handle; a handle that is not open (fd -1) is left as it is, except that
+// bytes kept by zelkLogOs_setAside are dropped.  0, or -1 when the system reports an error
+// on close (the descriptor is released all the same).
 ZELKLOG_API int zelkLogOs_close(LogOsFile *file)
 {
     if (file == nullptr)
@@ -40,10 +75,76 @@ ZELKLOG_API int zelkLogOs_close(LogOsFile *file)
     int result = 0;
     if (file->fd >= 0 && ::close(file->fd) != 0 && errno != EINTR)
         result = -1;
+    dropBufferPages(file, loadState(file));
     file->fd = -1;
     file->readerState = 0;
-    zelk::core::logfile::storeState(file, zelk::core::logfile::freshState());
+    storeState(file, freshState());
     return result;
+}
+
+// Closes the descriptor of an open handle but keeps its unread bytes, so that reading
+// can go on from them (zelkLogOs_readAside) without opening the file again.  *position
+// receives the handle's logical position.  0 when set aside; 1 when the position cannot
+// be told (the handle then stays open, untouched); 3 for a bad argument.
+ZELKLOG_API int zelkLogOs_setAside(LogOsFile *file, int64_t *position)
+{
+    if (file == nullptr || position == nullptr || file->fd < 0)
+        return ZELKLOG_RC_BAD_ARGUMENT;
+    ReadState state = loadState(file);
+    // An empty read-ahead may predate a move of the descriptor: ask the system then.
+    bool keep = stateInStep(file, state) && file->readerState > 0;
+    int64_t logical;
+    if (keep) {
+        logical = state.endOffset - int64_t(state.end - state.begin);
+    } else {
+        off_t at = lseek(file->fd, 0, SEEK_CUR);
+        if (at < 0)
+            return ZELKLOG_RC_FAILURE;
+        logical = int64_t(at) - std::max<int32_t>(file->readerState, 0);
+        state = freshState();
+    }
+    ::close(file->fd);
+    file->fd = -1;
+    file->readerState = 0;
+    state.flags |= kSetAside;
+    storeState(file, state);
+    *position = logical;
+    return 0;
+}
+
+// The next record of a set-aside handle, from the bytes it kept: 1 with the record's text
+// in `message` and *position moved behind it; 0 when the kept bytes do not begin with a
+// whole, intact record at *position (nothing is consumed: the file must be opened again
+// and read from *position, where damage and unfinished records are dealt with as usual).
+ZELKLOG_API int zelkLogOs_readAside(LogOsFile *file, textMessage *message, int64_t *position)
+{
+    if (file == nullptr || message == nullptr || position == nullptr || file->fd != -1)
+        return 0;
+    ReadState state = loadState(file);
+    if ((state.flags & kSetAside) == 0 || file->readerState != 0 || state.magic != kReadStateMagic ||
+        state.endOffset < 0 || state.end > kDataCapacity || state.begin > state.end ||
+        (state.flags & kReportCorrupt) != 0)
+        return 0;
+    size_t avail = state.end - state.begin;
+    if (state.endOffset - int64_t(avail) != *position) {
+        storeState(file, freshState());  // moved by its owner: the kept bytes are not its
+        return 0;
+    }
+    const unsigned char *frame =
+        reinterpret_cast<const unsigned char *>(file->area) + kStateSize + state.begin;
+    if (avail < kFrameHeader || frame[0] != kFrameMark0 || frame[1] != kFrameMark1)
+        return 0;
+    size_t length = load16(frame + 2);
+    if (length == 0 || length > kMaxText || avail < kFrameHeader + length ||
+        load32(frame + 4) != frameChecksum(frame + kFrameHeader, length))
+        return 0;
+    std::memcpy(message->buffer, frame + kFrameHeader, length);
+    message->buffer[length] = '\0';
+    message->text = message->buffer;
+    state.begin += uint32_t(kFrameHeader + length);
+    storeState(file, state);
+    *position += int64_t(kFrameHeader + length);
+    return 1;
 }
 
 }  // extern "C"

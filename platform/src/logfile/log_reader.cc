@@ -74,6 +74,8 @@ bool Reader::attach()
         }
     }
     s_.endOffset = position;
+    if (position > off_t(kHeaderSize))
+        s_.chunk = uint32_t(kDataCapacity);  // resumed: its unread bytes will be kept
     return true;
 }
 

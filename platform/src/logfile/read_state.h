@@ -25,8 +25,13 @@ inline constexpr uint32_t kReadStateMagic = 0x5a52534bu;
 // Set from a negative readerState: damaged stretches of the file are handed out as
 // records (for the corrupt-record report) instead of being skipped.
 inline constexpr uint32_t kReportCorrupt = 1u;
-// First read after opening or moving: a reader that merges files reopens them at a saved
-// position for one record or a few, so it does not pay for a whole buffer each time.
+// Set while the handle is set aside (zelkLogOs_setAside): the descriptor is closed, the
+// unread bytes stay valid and go on from the logical position the caller was given.
+inline constexpr uint32_t kSetAside = 2u;
+// First read of a file from its first record: a query over many files reads one record
+// from each before it goes on, so it does not fill a whole buffer for it.  A file
+// resumed at a saved position reads whole buffers at once (its unread bytes are kept
+// while it is set aside).
 inline constexpr uint32_t kFirstChunk = 4096;
 inline constexpr size_t kStateSize = sizeof(ReadState);
 inline constexpr size_t kDataCapacity = sizeof(LogOsFile::area) - kStateSize;
