@@ -20,9 +20,16 @@ ZELKLOG_API uint32_t ReadNextLogFile(LogQuery *query)
     zelk::read::LogPath path(*entry);
     if (zelkLogOs_open(&entry->file, path.text(), 1, 0660) != 0)
         return ZELKLOG_RC_FAILURE;
-    zelkLogOs_seek(&entry->file, entry->savedOffset);
-    if (entry->savedOffset != 0)
-        return ZELKLOG_RC_OK;
+    if (entry->savedOffset != 0) {
+        if (zelkLogIsSameLogFile(entry)) {
+            zelkLogOs_seek(&entry->file, entry->savedOffset);
+            return ZELKLOG_RC_OK;
+        }
+        // The name now names another file (one renamed over it): that file has not been
+        // read, so it is read from its start, header included, not at the old position.
+        entry->savedOffset = 0;
+    }
+    zelkLogOs_seek(&entry->file, 0);
 
     ZelkLogFileHeader header;
     header.text[0] = '\0';

@@ -34,13 +34,21 @@ ZELKLOG_API uint32_t ReadOneRecord(LogQuery *query, ZelkLogMsg *record)
     init_text_msg(&message);
     std::memset(record, 0, sizeof *record);
 
-    if (!zelkLogOs_isvalidfilehandle(query->currentFile == nullptr ? nullptr : &query->currentFile->file)) {
-        uint32_t rc = ReadNextLogFile(query);
-        if (rc != ZELKLOG_RC_OK)
-            return rc;
-    }
     LogFileEntry *entry = query->currentFile;
-    if (readlog(&entry->file, &message) != 1) {
+    bool haveText = false;
+    if (!zelkLogOs_isvalidfilehandle(entry == nullptr ? nullptr : &entry->file)) {
+        // A file that the merged fetch set aside goes on from the bytes it kept, as long as
+        // they hold whole records; only then is it opened again.
+        haveText = entry != nullptr && entry->savedOffset != 0 &&
+                   zelkLogOs_readAside(&entry->file, &message, &entry->savedOffset) == 1;
+        if (!haveText) {
+            uint32_t rc = ReadNextLogFile(query);
+            if (rc != ZELKLOG_RC_OK)
+                return rc;
+            entry = query->currentFile;
+        }
+    }
+    if (!haveText && readlog(&entry->file, &message) != 1) {
         closelogfile(query);
         return ZELKLOG_RC_END_OF_FILE;
     }

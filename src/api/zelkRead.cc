@@ -1,6 +1,7 @@
 // Creation and destruction of a query: the filter is parsed and checked against the
 // product configuration, and the logging core lists the log files to read.
 #include "src/core/zelkLogCore.h"
+#include "src/api/merge_state.h"
 
 #include <cstring>
 
@@ -135,6 +136,7 @@ ZELKLOG_API uint32_t zelkLogDestroyQuery(LogQuery *query)
     if (query->formatResource != nullptr)
         zelkLogFree(query->formatResource);
     removeContextHashTable(query->contextTitles);
+    zelk::read::releaseMergeState(query);
     releaseFileList(query->currentFile);
     // Forget what was released, so that a second destruction finds nothing to release.
     query->root = nullptr;

@@ -1,5 +1,5 @@
 // The merged fetch over several log files: order, ties, the codes of finished and
-// unopenable files, records not released.
+// unopenable files, records not released, a file replaced while set aside.
 #include "src/core/zelkLogCore.h"
 
 #include "tests/support/config_fixture.h"
@@ -9,7 +9,10 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstdio>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -106,6 +109,74 @@ TEST(SortedFetch, Sequences)
         EXPECT_EQ(::testing::internal::GetCapturedStderr(), expected);
         zelkLogDestroyQuery(&query);
     }
+}
+
+// Many files with many equal times: earliest first, and on equal times the file nearer
+// the head (the older file) first, whatever the number of files.
+TEST(SortedFetch, ManyFilesWithTiesInListOrder)
+{
+    zelk::test::ConfigFixture config(zelk::test::billingProduct());
+    std::vector<std::tuple<int64_t, size_t, uint64_t>> expected;  // time, file, tid
+    for (size_t f = 0; f < 12; ++f) {
+        std::vector<RecordFields> records;
+        for (uint64_t r = 0; r < 3; ++r) {
+            int64_t seconds = static_cast<int64_t>(1 + (f * 7 + r * 5) % 4 + r * 3);
+            records.push_back(at(seconds, 100 * f + r));
+            expected.emplace_back(seconds, f, 100 * f + r);
+        }
+        zelk::test::writeLogFile(config.logDirectory(7) + "f" + std::to_string(f) + ".log", records,
+                                 1000 + static_cast<time_t>(f));
+    }
+    std::sort(expected.begin(), expected.end());
+    std::string want;
+    for (const auto &[seconds, file, tid] : expected)
+        want += std::to_string(tid) + " ";
+    LogQuery query;
+    ASSERT_EQ(zelkLogCreateQuery("PID = 1234", "en_US", &query), 0u);
+    std::string got;
+    for (uint32_t rc = 0; rc != ZELKLOG_RC_NO_MORE_RECORDS;) {
+        ZelkLogMsg *record = nullptr;
+        rc = zelkLogFetchNextSortedEntry(&query, &record);
+        if (rc == 0) {
+            got += std::to_string(record->tid) + " ";
+            zelkLogFreeMsg(record);
+        }
+    }
+    EXPECT_EQ(got, want);
+    zelkLogDestroyQuery(&query);
+}
+
+// A file replaced by rename while the merged fetch has it set aside: what was read of
+// the old file comes out, then the new file is read from its start, header included,
+// instead of at the old file's position.
+TEST(SortedFetch, FileReplacedByRenameIsReadFromItsStart)
+{
+    zelk::test::ConfigFixture config(zelk::test::billingProduct());
+    const std::string a = config.logDirectory(7) + "a.log";
+    zelk::test::writeLogFile(a, {at(1, 1), at(3, 3), at(5, 5)}, 1000, ZELKLOG_FORMAT_10006, "old");
+    zelk::test::writeLogFile(config.logDirectory(7) + "b.log", {at(2, 2), at(4, 4), at(6, 6)}, 1001);
+    LogQuery query;
+    ASSERT_EQ(zelkLogCreateQuery("PID = 1234", "en_US", &query), 0u);
+    std::string trace;
+    auto fetch = [&] {
+        ZelkLogMsg *record = nullptr;
+        uint32_t rc = zelkLogFetchNextSortedEntry(&query, &record);
+        if (rc == 0) {
+            trace += std::to_string(record->tid) + record->fileHeaderText + " ";
+            zelkLogFreeMsg(record);
+        }
+        return rc;
+    };
+    fetch();
+    fetch();  // a is set aside behind its first record
+    const std::string replacement = config.logDirectory(7) + "a.new";
+    zelk::test::writeLogFile(replacement, {at(7, 7), at(8, 8), at(9, 9), at(10, 10)}, 1002,
+                             ZELKLOG_FORMAT_10006, "new");
+    ASSERT_EQ(std::rename(replacement.c_str(), a.c_str()), 0);
+    for (int calls = 0; calls < 20 && fetch() != ZELKLOG_RC_NO_MORE_RECORDS; ++calls) {
+    }
+    EXPECT_EQ(trace, "1old 2test host 3old 4test host 5old 6test host 7new 8new 9new 10new ");
+    zelkLogDestroyQuery(&query);
 }
 
 }  // namespace
