@@ -3,7 +3,6 @@
 #include "platform/src/logfile/read_state.h"
 
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -21,20 +20,6 @@ bool stateInStep(const LogOsFile *file, const ReadState &state)
            uint32_t(file->readerState) == state.end - state.begin && (state.flags & kReportCorrupt) == 0;
 }
 
-// A handle that read more than a first chunk has its buffer's pages resident: give them
-// back, so that the entries of finished files (freed, but not returned to the system)
-// cost no memory.  Only whole pages inside the area are dropped; they read as zeros.
-void dropBufferPages(LogOsFile *file, const ReadState &state)
-{
-    if (state.magic != kReadStateMagic || state.endOffset <= int64_t(kHeaderSize + kFirstChunk))
-        return;
-    const uintptr_t page = uintptr_t(sysconf(_SC_PAGESIZE));
-    uintptr_t begin = (uintptr_t(file->area) + kStateSize + page - 1) & ~(page - 1);
-    uintptr_t end = (uintptr_t(file->area) + sizeof file->area) & ~(page - 1);
-    if (end > begin)
-        madvise(reinterpret_cast<void *>(begin), end - begin, MADV_DONTNEED);
-}
-
 }  // namespace
 }  // namespace zelk::core::logfile
 
@@ -49,9 +34,14 @@ ZELKLOG_API int zelkLogOs_open(LogOsFile *file, const char *path, int access, in
 {
     if (file == nullptr)
         return ZELKLOG_RC_BAD_ARGUMENT;
+    // A file opened again after being set aside keeps count of it (see the reader).
+    ReadState previous = loadState(file);
+    ReadState state = freshState();
+    if (previous.magic == kReadStateMagic && (previous.flags & kSetAside) != 0)
+        state.asides = previous.asides;
     file->fd = -1;
     file->readerState = 0;
-    storeState(file, freshState());
+    storeState(file, state);
     if (path == nullptr || (access != 1 && access != 2))
         return ZELKLOG_RC_BAD_ARGUMENT;
     int flags = (access == 1 ? O_RDONLY : O_RDWR) | O_CLOEXEC;
@@ -75,7 +65,6 @@ ZELKLOG_API int zelkLogOs_close(LogOsFile *file)
     int result = 0;
     if (file->fd >= 0 && ::close(file->fd) != 0 && errno != EINTR)
         result = -1;
-    dropBufferPages(file, loadState(file));
     file->fd = -1;
     file->readerState = 0;
     storeState(file, freshState());
@@ -107,6 +96,7 @@ ZELKLOG_API int zelkLogOs_setAside(LogOsFile *file, int64_t *position)
     file->fd = -1;
     file->readerState = 0;
     state.flags |= kSetAside;
+    state.asides = std::min<uint32_t>(state.asides, UINT32_MAX - 1) + 1;
     storeState(file, state);
     *position = logical;
     return 0;

@@ -42,6 +42,7 @@ private:
 
     LogOsFile *file_;
     unsigned char *data_;
+    size_t capacity_ = kDataCapacity;
     ReadState s_{};
     bool eof_ = false;
 };
@@ -50,6 +51,11 @@ bool Reader::attach()
 {
     ReadState loaded = loadState(file_);
     s_ = loaded.magic == kReadStateMagic ? loaded : freshState();
+    // A file read straight through uses the area's first two pages (a query over many
+    // files then costs little memory); one that keeps being set aside while others are
+    // read uses the whole area, so that its kept bytes last.
+    size_t intoPage = size_t(reinterpret_cast<uintptr_t>(data_) & 4095);
+    capacity_ = s_.asides >= 2 ? kDataCapacity : 8192 - intoPage + (8192 - intoPage < kMaxFrame ? 4096 : 0);
     int32_t ahead = file_->readerState;
     if (ahead < 0)
         s_.flags |= kReportCorrupt;
@@ -84,13 +90,14 @@ bool Reader::fill(size_t need)
 {
     if (avail() >= need)
         return true;
-    if (s_.begin > 0 && s_.begin + need > kDataCapacity) {
+    if (s_.begin > 0 && s_.begin + need > capacity_) {
         std::memmove(data_, data_ + s_.begin, avail());
         s_.end -= s_.begin;
         s_.begin = 0;
     }
     while (avail() < need && !eof_) {
-        size_t want = std::min(kDataCapacity - s_.end, std::max(size_t(s_.chunk), need - avail()));
+        size_t want = std::min(capacity_ - std::min(capacity_, size_t(s_.end)),
+                               std::max(size_t(s_.chunk), need - avail()));
         if (s_.chunk < kDataCapacity)
             s_.chunk *= 2;  // reading on: soon whole buffers
         ssize_t n = ::read(file_->fd, data_ + s_.end, want);

@@ -18,7 +18,7 @@ struct ReadState {
     uint32_t end;       // end of the bytes read into the data area
     int64_t endOffset;  // file offset of data[end]; -1 unknown
     uint32_t chunk;     // bytes asked of the next read: small after a move, then growing
-    uint32_t reserved;
+    uint32_t asides;    // times the file was set aside since it was first opened
 };
 
 inline constexpr uint32_t kReadStateMagic = 0x5a52534bu;
