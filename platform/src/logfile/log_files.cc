@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -96,14 +95,12 @@ std::vector<std::string> logDirectories(ZelkLogProductCfg **array, uint64_t coun
 
 // An entry is mostly its handle's read-ahead area, which stays untouched until the file
 // is read: only the fields below are written, so that a list of thousands of files costs
-// two pages of memory per file.  Entries start on a page, which keeps the fields behind
-// the area (read-ahead record, position, texts) within one page.  Freed with zelkLogFree.
+// about two resident pages per file instead of the whole entry.
 LogFileEntry *newEntry(const FoundFile &file, const std::string &directory)
 {
-    void *storage = nullptr;
-    if (posix_memalign(&storage, 4096, sizeof(LogFileEntry)) != 0)
+    auto *entry = static_cast<LogFileEntry *>(zelkLogMalloc(sizeof(LogFileEntry)));
+    if (entry == nullptr)
         return nullptr;
-    auto *entry = static_cast<LogFileEntry *>(storage);
     entry->next = nullptr;
     entry->format = file.format;
     entry->file.fd = -1;
