@@ -12,7 +12,7 @@ namespace {
 constexpr size_t kMaxMessageIdChars = 10;
 }  // namespace
 
-uint32_t readArgumentList(TextCursor &cursor, ZelkLogMsgArgList *list, int depth)
+template <Pass P> uint32_t readArgumentList(TextCursor &cursor, ZelkLogMsgArgList *list, int depth)
 {
     if (depth > kMaxListDepth || cursor.pos >= cursor.end || *cursor.pos != '(')
         return ZELKLOG_RC_FAILURE;
@@ -33,22 +33,31 @@ uint32_t readArgumentList(TextCursor &cursor, ZelkLogMsgArgList *list, int depth
         char tag = *cursor.pos++;
         if (tag == ')')
             return ZELKLOG_RC_OK;
-        auto *arg = static_cast<ZelkLogMsgArg *>(zelkLogMalloc(sizeof(ZelkLogMsgArg)));
-        if (arg == nullptr)
-            return ZELKLOG_RC_NO_MEMORY;
-        std::memset(arg, 0, sizeof *arg);
-        uint32_t rc = readArgumentValue(cursor, tag, arg, depth);
-        if (rc != ZELKLOG_RC_OK) {
-            zelkLogFree(arg);  // a failed decode leaves nothing owned in it
-            return rc;
-        }
-        rc = zelkLisAddArg(list, arg);
-        if (rc != ZELKLOG_RC_OK) {
-            releaseArgument(arg);
-            return rc;
+        if constexpr (P == Pass::Check) {
+            ZelkLogMsgArg scratch{};
+            if (uint32_t rc = readArgumentValue<P>(cursor, tag, &scratch, depth); rc != ZELKLOG_RC_OK)
+                return rc;
+        } else {
+            auto *arg = static_cast<ZelkLogMsgArg *>(zelkLogMalloc(sizeof(ZelkLogMsgArg)));
+            if (arg == nullptr)
+                return ZELKLOG_RC_NO_MEMORY;
+            std::memset(arg, 0, sizeof *arg);
+            uint32_t rc = readArgumentValue<P>(cursor, tag, arg, depth);
+            if (rc != ZELKLOG_RC_OK) {
+                zelkLogFree(arg);  // a failed decode leaves nothing owned in it
+                return rc;
+            }
+            rc = zelkLisAddArg(list, arg);
+            if (rc != ZELKLOG_RC_OK) {
+                releaseArgument(arg);
+                return rc;
+            }
         }
     }
 }
+
+template uint32_t readArgumentList<Pass::Store>(TextCursor &, ZelkLogMsgArgList *, int);
+template uint32_t readArgumentList<Pass::Check>(TextCursor &, ZelkLogMsgArgList *, int);
 
 void releaseArgument(ZelkLogMsgArg *arg)
 {

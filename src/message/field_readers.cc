@@ -4,7 +4,6 @@
 #include "src/message/number_rules.h"
 #include "src/core/zelkLogCore.h"
 
-#include <cstdlib>
 #include <cstring>
 
 namespace zelk::message {
@@ -18,17 +17,20 @@ char *findChar(char *begin, char *end, char wanted)
 }
 }  // namespace
 
-bool cutCommaField(TextCursor &cursor, bool first, const char **begin, const char **end)
+template <Pass P> bool cutCommaField(TextCursor &cursor, bool first, const char **begin, const char **end)
 {
     if (!first) {
         if (cursor.pos >= cursor.end)  // the field before ended at the end of the text
             return false;
         ++cursor.pos;
     }
-    char *separator = static_cast<char *>(std::memchr(cursor.pos, ',', cursor.remaining()));
+    char *separator = findChar(cursor.pos, cursor.end, ',');
     *begin = cursor.pos;
     if (separator != nullptr) {
-        *separator = '\0';
+        // The number rules read [begin, end) and stop at the "," as at a NUL, so Check
+        // can leave it in place.
+        if constexpr (P == Pass::Store)
+            *separator = '\0';
         cursor.pos = separator;
     } else {
         cursor.pos = cursor.end;
@@ -37,35 +39,35 @@ bool cutCommaField(TextCursor &cursor, bool first, const char **begin, const cha
     return true;
 }
 
-uint32_t readUnsignedField(TextCursor &cursor, bool first, uint64_t *value)
+template <Pass P> uint32_t readUnsignedField(TextCursor &cursor, bool first, uint64_t *value)
 {
     const char *begin;
     const char *end;
-    if (!cutCommaField(cursor, first, &begin, &end) || !readUnsigned(begin, end, value))
+    if (!cutCommaField<P>(cursor, first, &begin, &end) || !readUnsigned(begin, end, value))
         return ZELKLOG_RC_FAILURE;
     return ZELKLOG_RC_OK;
 }
 
-uint32_t readSignedField(TextCursor &cursor, int64_t *value)
+template <Pass P> uint32_t readSignedField(TextCursor &cursor, int64_t *value)
 {
     const char *begin;
     const char *end;
-    if (!cutCommaField(cursor, false, &begin, &end) || !readSigned64(begin, end, value))
+    if (!cutCommaField<P>(cursor, false, &begin, &end) || !readSigned64(begin, end, value))
         return ZELKLOG_RC_FAILURE;
     return ZELKLOG_RC_OK;
 }
 
-uint32_t readPlainIntegerField(TextCursor &cursor, int32_t *value)
+template <Pass P> uint32_t readPlainIntegerField(TextCursor &cursor, int32_t *value)
 {
     const char *begin;
     const char *end;
-    if (!cutCommaField(cursor, false, &begin, &end))
+    if (!cutCommaField<P>(cursor, false, &begin, &end))
         return ZELKLOG_RC_FAILURE;
     *value = readPlainInteger(begin, end);
     return ZELKLOG_RC_OK;
 }
 
-uint32_t readStringField(TextCursor &cursor, char **out)
+template <Pass P> uint32_t readStringField(TextCursor &cursor, char **out)
 {
     if (cursor.pos >= cursor.end)
         return ZELKLOG_RC_FAILURE;
@@ -84,16 +86,26 @@ uint32_t readStringField(TextCursor &cursor, char **out)
         cursor.pos = data;
         return ZELKLOG_RC_OK;
     }
-    // atol over at most ten characters cannot overflow; strtol is its defined form.
-    long length = std::strtol(prefix, nullptr, 10);
+    const long length = readLength(prefix, colon);
     if (length <= 0)
         return ZELKLOG_RC_FAILURE;
     size_t bytes = static_cast<size_t>(length);
     if (bytes >= static_cast<size_t>(cursor.end - data) || data[bytes] != ',')
         return ZELKLOG_RC_FAILURE;
-    data[bytes] = '\0';
-    cursor.pos = data + bytes;
-    return utf82mbs(data, bytes, out);
+    if constexpr (P == Pass::Store) {
+        data[bytes] = '\0';
+        cursor.pos = data + bytes;
+        return utf82mbs(data, bytes, out);
+    } else {
+        if (uint32_t rc = utf8check(data, bytes); rc != ZELKLOG_RC_OK)
+            return rc;
+        if (cursor.inPlace == nullptr || !cursor.inPlace->remember(data + bytes))
+            return ZELKLOG_RC_FAILURE;
+        data[bytes] = '\0';
+        cursor.pos = data + bytes;
+        *out = data;
+        return ZELKLOG_RC_OK;
+    }
 }
 
 bool readCountPrefix(const char *begin, const char *end, uint64_t *value, const char **colon)
@@ -123,5 +135,15 @@ uint32_t readCountedField(TextCursor &cursor, const char **data, size_t *length)
     cursor.pos = start + count + 1;
     return ZELKLOG_RC_OK;
 }
+
+#define ZELK_INSTANTIATE(P)                                                                                  \
+    template bool cutCommaField<P>(TextCursor &, bool, const char **, const char **);                        \
+    template uint32_t readUnsignedField<P>(TextCursor &, bool, uint64_t *);                                  \
+    template uint32_t readSignedField<P>(TextCursor &, int64_t *);                                           \
+    template uint32_t readPlainIntegerField<P>(TextCursor &, int32_t *);                                     \
+    template uint32_t readStringField<P>(TextCursor &, char **);
+ZELK_INSTANTIATE(Pass::Store)
+ZELK_INSTANTIATE(Pass::Check)
+#undef ZELK_INSTANTIATE
 
 }  // namespace zelk::message

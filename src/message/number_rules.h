@@ -2,7 +2,8 @@
 // rule: a field whose first character is "0" is 0 and nothing after it is looked at;
 // otherwise the C library conversion applies (leading space and sign accepted, trailing
 // text ignored) and a result of 0 is a failure.  Each field is [begin, end) where the
-// character at `end` is never a digit (a separator or the text's terminator).
+// character at `end` is never a digit (a separator or the text's terminator), so a
+// conversion that runs on behind `end` stops there.
 #ifndef ZELKLOG_MESSAGE_NUMBER_RULES_H
 #define ZELKLOG_MESSAGE_NUMBER_RULES_H
 
@@ -21,6 +22,8 @@ bool readUnsigned64(const char *begin, const char *end, uint64_t *value);
 int32_t readPlainInteger(const char *begin, const char *end);
 // atof over a NUL-terminated token; never fails.
 double readFloating(const char *token);
+// atol over a string field's length prefix [begin, end) of 1 to 10 characters.
+long readLength(const char *begin, const char *end);
 
 }  // namespace zelk::message
 
