@@ -19,10 +19,15 @@ template <Pass P> uint32_t readArgumentList(TextCursor &cursor, ZelkLogMsgArgLis
     ++cursor.pos;
     if (cursor.pos >= cursor.end)
         return ZELKLOG_RC_FAILURE;
-    size_t window = cursor.remaining() < kMaxMessageIdChars + 1 ? cursor.remaining() : kMaxMessageIdChars + 1;
-    const char *bar = static_cast<const char *>(std::memchr(cursor.pos, '|', window));
-    if (bar == nullptr || bar == cursor.pos || !readUnsigned(cursor.pos, bar, &list->msgId))
-        return ZELKLOG_RC_FAILURE;
+    // The usual message id, plain digits and its "|", needs no search.
+    const char *bar = shortDigitRun(cursor.pos, kMaxMessageIdChars, &list->msgId);
+    if (bar == nullptr || *bar != '|') {
+        size_t window =
+            cursor.remaining() < kMaxMessageIdChars + 1 ? cursor.remaining() : kMaxMessageIdChars + 1;
+        bar = static_cast<const char *>(std::memchr(cursor.pos, '|', window));
+        if (bar == nullptr || bar == cursor.pos || !readUnsigned(cursor.pos, bar, &list->msgId))
+            return ZELKLOG_RC_FAILURE;
+    }
     cursor.pos += (bar - cursor.pos) + 1;
     list->listInfo = 0;
     list->args = nullptr;

@@ -12,6 +12,7 @@ namespace zelk::message {
 
 namespace {
 
+constexpr size_t kMaxPrefixChars = 10;    // sizes and widths
 constexpr size_t kMaxNumberChars = 20;    // "u" and "9" values
 constexpr uint64_t kMaxWidth = 64;        // "9" and "C" widths
 constexpr size_t kMaxDecimalChars = 200;  // "8" tokens
@@ -41,6 +42,23 @@ struct SizedToken {
 
 template <Pass P> uint32_t cutSizedToken(TextCursor &cursor, SizedToken *token)
 {
+    // The usual token, digits ":" [-]digits "|", is measured in one pass: its "|" is the
+    // first one ahead and its ":" the first one in it.
+    if (const char *colon = shortDigitRun(cursor.pos, kMaxPrefixChars, &token->prefix);
+        colon != nullptr && *colon == ':') {
+        char *bar = const_cast<char *>(colon) + 1;
+        bar += *bar == '-' ? 1 : 0;
+        while (isDigit(*bar))
+            ++bar;
+        if (*bar == '|') {
+            if constexpr (P == Pass::Store)
+                *bar = '\0';
+            token->number = colon + 1;
+            token->numberEnd = bar;
+            cursor.pos = bar + 1;
+            return ZELKLOG_RC_OK;
+        }
+    }
     const char *begin;
     const char *end;
     const char *colon;

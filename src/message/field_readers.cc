@@ -39,20 +39,65 @@ template <Pass P> bool cutCommaField(TextCursor &cursor, bool first, const char 
     return true;
 }
 
+namespace {
+
+// The usual comma field: "0", or plain digits (at most `maxDigits`, the first not 0),
+// ended by "," or by the end of the text, read in one pass with no search.  False, with
+// the cursor unmoved, for anything else.
+template <Pass P> bool readPlainDigitsField(TextCursor &cursor, size_t maxDigits, uint64_t *value)
+{
+    if (cursor.pos[0] == '0' && cursor.pos[1] == ',') {  // the zero field alone
+        if constexpr (P == Pass::Store)
+            cursor.pos[1] = '\0';
+        ++cursor.pos;
+        *value = 0;
+        return true;
+    }
+    char *after = const_cast<char *>(shortDigitRun(cursor.pos, maxDigits, value));
+    if (after == nullptr || (*after != ',' && after != cursor.end))
+        return false;
+    if constexpr (P == Pass::Store)
+        *after = '\0';  // the "," or the terminator itself
+    cursor.pos = after;
+    return true;
+}
+
+// Steps behind the separator that ended the field before.
+bool stepToNextField(TextCursor &cursor)
+{
+    if (cursor.pos >= cursor.end)  // the field before ended at the end of the text
+        return false;
+    ++cursor.pos;
+    return true;
+}
+
+}  // namespace
+
 template <Pass P> uint32_t readUnsignedField(TextCursor &cursor, bool first, uint64_t *value)
 {
+    if (!first && !stepToNextField(cursor))
+        return ZELKLOG_RC_FAILURE;
+    if (readPlainDigitsField<P>(cursor, 19, value))
+        return ZELKLOG_RC_OK;
     const char *begin;
     const char *end;
-    if (!cutCommaField<P>(cursor, first, &begin, &end) || !readUnsigned(begin, end, value))
+    if (!cutCommaField<P>(cursor, true, &begin, &end) || !readUnsigned(begin, end, value))
         return ZELKLOG_RC_FAILURE;
     return ZELKLOG_RC_OK;
 }
 
 template <Pass P> uint32_t readSignedField(TextCursor &cursor, int64_t *value)
 {
+    if (!stepToNextField(cursor))
+        return ZELKLOG_RC_FAILURE;
+    uint64_t quick = 0;
+    if (readPlainDigitsField<P>(cursor, 18, &quick)) {  // 18 digits fit a signed value
+        *value = static_cast<int64_t>(quick);
+        return ZELKLOG_RC_OK;
+    }
     const char *begin;
     const char *end;
-    if (!cutCommaField<P>(cursor, false, &begin, &end) || !readSigned64(begin, end, value))
+    if (!cutCommaField<P>(cursor, true, &begin, &end) || !readSigned64(begin, end, value))
         return ZELKLOG_RC_FAILURE;
     return ZELKLOG_RC_OK;
 }
@@ -72,7 +117,10 @@ template <Pass P> uint32_t readStringField(TextCursor &cursor, char **out)
     if (cursor.pos >= cursor.end)
         return ZELKLOG_RC_FAILURE;
     char *prefix = cursor.pos + 1;
-    char *colon = findChar(prefix, cursor.end, ':');
+    // A prefix of plain digits ends at its ":" without a search.
+    uint64_t quick = 0;
+    const char *run = shortDigitRun(prefix, kMaxPrefixChars, &quick);
+    char *colon = run != nullptr && *run == ':' ? const_cast<char *>(run) : findChar(prefix, cursor.end, ':');
     if (colon == nullptr)
         return ZELKLOG_RC_FAILURE;
     size_t prefixChars = static_cast<size_t>(colon - prefix);
@@ -110,6 +158,11 @@ template <Pass P> uint32_t readStringField(TextCursor &cursor, char **out)
 
 bool readCountPrefix(const char *begin, const char *end, uint64_t *value, const char **colon)
 {
+    // The usual prefix, plain digits and its ":", needs no search and no second reading.
+    if (const char *run = shortDigitRun(begin, kMaxPrefixChars, value); run != nullptr && *run == ':') {
+        *colon = run;
+        return true;
+    }
     const auto *found = static_cast<const char *>(std::memchr(begin, ':', static_cast<size_t>(end - begin)));
     if (found == nullptr)
         return false;

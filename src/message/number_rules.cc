@@ -11,11 +11,6 @@ namespace zelk::message {
 
 namespace {
 
-inline bool isDigit(char c)
-{
-    return static_cast<unsigned char>(c - '0') < 10;
-}
-
 bool startsWithNonZeroDigit(const char *begin, const char *end)
 {
     return begin != end && *begin >= '1' && *begin <= '9';
@@ -38,6 +33,9 @@ bool digitRun(const char *begin, const char *end, uint64_t *magnitude)
 
 uint64_t unsignedValue(const char *begin, const char *end)
 {
+    uint64_t quick = 0;
+    if (begin != end && shortDigitRun(begin, 19, &quick) != nullptr)
+        return quick;  // the run may end before `end` (trailing text is ignored)
     if (startsWithNonZeroDigit(begin, end)) {
         uint64_t value = 0;
         return digitRun(begin, end, &value) ? value : std::numeric_limits<uint64_t>::max();
@@ -67,6 +65,11 @@ bool readSigned64(const char *begin, const char *end, int64_t *value)
 {
     if (begin != end && *begin == '0') {
         *value = 0;
+        return true;
+    }
+    uint64_t quick = 0;
+    if (begin != end && shortDigitRun(begin, 18, &quick) != nullptr) {  // 18 digits fit
+        *value = static_cast<int64_t>(quick);
         return true;
     }
     const bool negative = begin != end && *begin == '-' && startsWithNonZeroDigit(begin + 1, end);

@@ -25,6 +25,33 @@ double readFloating(const char *token);
 // atol over a string field's length prefix [begin, end) of 1 to 10 characters.
 long readLength(const char *begin, const char *end);
 
+inline bool isDigit(char c)
+{
+    return static_cast<unsigned char>(c - '0') < 10;
+}
+
+// The fast path of the field readers: a run of at most `maxDigits` (at most 19) digits
+// starting at `p` with a digit from 1 to 9, read without a bound (whatever follows the
+// run, the text's terminator at the latest, ends it).  Returns the position behind the
+// run, or null when `p` does not start such a run or the run is longer (the caller then
+// takes the general path).  A run of up to 19 digits cannot overflow 64 bits.
+inline const char *shortDigitRun(const char *p, size_t maxDigits, uint64_t *value)
+{
+    if (*p < '1' || *p > '9')
+        return nullptr;
+    // A longer run wraps around harmlessly: it is refused once its length is known.
+    uint64_t number = static_cast<uint64_t>(*p - '0');
+    const char *q = p + 1;
+    while (isDigit(*q)) {
+        number = number * 10 + static_cast<uint64_t>(*q - '0');
+        ++q;
+    }
+    if (static_cast<size_t>(q - p) > maxDigits)
+        return nullptr;
+    *value = number;
+    return q;
+}
+
 }  // namespace zelk::message
 
 #endif
