@@ -19,6 +19,7 @@ TEST(Utf8Conversion, MultibyteAndWide)
         {"\xC3\xA9t\xE2\x82\xAC", L"\u00e9t\u20ac"},
         {"\xF4\x8F\xBF\xBF", L"\U0010FFFF"},
         {"quota for user5 on vol1\xC3\xA9", L"quota for user5 on vol1\u00e9"},  // ASCII words first
+        {"abcdefghij\xC3\xA9", L"abcdefghij\u00e9"},                            // in the last word
     };
     const std::string invalid[] = {
         "\xC0\xAF",
@@ -30,6 +31,8 @@ TEST(Utf8Conversion, MultibyteAndWide)
         std::string("a\0b", 3),
         std::string("exceeded blocks\0", 16),  // a NUL and a stray byte behind whole words
         "exceeded blocks\x80",
+        "abcdefghij\x80",
+        std::string("abcdefghij\0", 11),
     };
     for (const auto &c : valid) {
         char *narrow = nullptr;

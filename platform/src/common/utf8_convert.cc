@@ -32,6 +32,17 @@ bool validateUtf8(const uint8_t *text, int64_t length, size_t *codePoints)
 {
     size_t count = 0;
     int64_t index = 0;
+    // A text of at least eight bytes that is all ASCII: whole words, the last one
+    // overlapping the one before where the length is not a multiple of eight.
+    if (length >= 8) {
+        while (index + 8 <= length && plainAscii8(text + index))
+            index += 8;
+        if (index + 8 > length && plainAscii8(text + length - 8)) {
+            *codePoints = static_cast<size_t>(length);
+            return true;
+        }
+        count = static_cast<size_t>(index);
+    }
     while (index < length) {
         // ASCII runs are by far the most common: eight bytes at a time, then one by one.
         if (length - index >= 8 && plainAscii8(text + index)) {
