@@ -14,8 +14,9 @@ namespace zelk::read {
 // (so that 23 leaves the record exactly as the decoder does).  Same result codes as
 // ReadOneRecord.  `record` must be cleared by the caller; a 25 with its `marker` still
 // 0 has left it untouched (nothing to release), any other outcome leaves it as
-// ReadOneRecord would.
-uint32_t readNextRecord(LogQuery *query, ZelkLogMsg *record);
+// ReadOneRecord would.  With `inPlace` false the record is decoded at once, as
+// ReadOneRecord does: cheaper when it is likely to match.
+uint32_t readNextRecord(LogQuery *query, ZelkLogMsg *record, bool inPlace = true);
 
 }  // namespace zelk::read
 

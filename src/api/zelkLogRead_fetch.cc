@@ -4,6 +4,15 @@
 
 #include <cstring>
 
+namespace {
+
+// The query whose last plain fetch on this thread handed out the first record it read.
+// Its next record is then likely to match as well and is decoded at once rather than
+// first read in place.  Only a hint: either way the fetch gives the same results.
+thread_local const LogQuery *denseQuery = nullptr;
+
+}  // namespace
+
 extern "C" {
 
 ZELKLOG_API uint32_t zelkLogFetchNextEntry(LogQuery *query, ZelkLogMsg *record)
@@ -15,11 +24,18 @@ ZELKLOG_API uint32_t zelkLogFetchNextEntry(LogQuery *query, ZelkLogMsg *record)
     // Each fetch starts from a cleared record; records skipped in place leave it so, and
     // one decoded in full is released (which clears it again) before reading on.
     std::memset(record, 0, sizeof *record);
+    bool firstRead = true;
     for (;;) {
-        uint32_t rc = zelk::read::readNextRecord(query, record);
+        const bool dense = firstRead && denseQuery == query;
+        uint32_t rc = zelk::read::readNextRecord(query, record, !dense);
+        const bool wasFirstRead = firstRead;
+        firstRead = false;
         switch (rc) {
         case ZELKLOG_RC_OK:
+            denseQuery = wasFirstRead ? query : nullptr;
+            return rc;
         case ZELKLOG_RC_CORRUPT_RECORD:
+            denseQuery = nullptr;
             return rc;
         case ZELKLOG_RC_NO_MATCH:
             if (record->marker != 0)

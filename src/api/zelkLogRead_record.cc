@@ -73,7 +73,7 @@ void prepareView(const LogFileEntry &entry, ZelkLogMsg *view)
 
 namespace zelk::read {
 
-uint32_t readNextRecord(LogQuery *query, ZelkLogMsg *record)
+uint32_t readNextRecord(LogQuery *query, ZelkLogMsg *record, bool inPlace)
 {
     if (query == nullptr || record == nullptr)
         return ZELKLOG_RC_BAD_ARGUMENT;
@@ -83,6 +83,8 @@ uint32_t readNextRecord(LogQuery *query, ZelkLogMsg *record)
     if (uint32_t rc = readText(query, &message, &entry); rc != ZELKLOG_RC_OK)
         return rc;
 
+    if (!inPlace)
+        return decodeAndTest(query, *entry, &message, record);
     ZelkLogMsg view;
     prepareView(*entry, &view);
     zelk::message::InPlaceStrings strings;
