@@ -105,6 +105,7 @@ uint32_t readNextRecord(LogQuery *query, ZelkLogMsg *record, bool inPlace)
         free_text_msg(&message);
         return ZELKLOG_RC_OK;
     }
+    strings.restore();  // a context record read in place is read again, whole
     return decodeAndTest(query, *entry, &message, record);
 }
 

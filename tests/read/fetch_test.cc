@@ -53,15 +53,19 @@ TEST_F(Fetch, FiltersEndToEnd)
 {
     auto debug = numbered(1, ZELKLOG_MSG_DEBUG);
     auto app = numbered(2);
+    auto context = numbered(3, ZELKLOG_MSG_CTX);
     auto audit = numbered(4, ZELKLOG_MSG_AUDIT);
     debug.who = "nightly batch";
     app.contextToken = "job-1";
+    context.contextToken = "job-1";
+    context.contextText = "Nightly batch";
     audit.subject = "disk full";
-    zelk::test::writeLogFile(path("mixed.log"), {debug, app, numbered(3, ZELKLOG_MSG_CTX), audit}, 1000);
+    zelk::test::writeLogFile(path("mixed.log"), {debug, app, context, audit}, 1000);
     const std::pair<const char *, const char *> cases[] = {
         {"MSGTYPE = AUDIT || MSGTYPE = DEBUG", "0:1 0:4 9"},
         {"PRODID = 'billing' && 1235 > PID", "0:1 0:2 0:4 9"},
         {"WHO = 'batch' || CTXTOK = 'job-1' || SUBJECT = 'disk full'", "0:1 0:2 0:4 9"},
+        {"CTXTOK = 'ALL'", "0:3 9"},
         {"PID = 4321", "9"}};
     for (auto [filter, expected] : cases) {
         for (bool sorted : {false, true}) {
