@@ -81,6 +81,9 @@ ZELKLOG_API int getSLidfromfilename(const char *fileName, uint64_t *id, char *na
 /* Strict UTF-8 validation of `length` bytes; 0 and an owned copy on success. */
 ZELKLOG_API uint32_t utf82wcs(const char *utf8, size_t length, wchar_t **out);
 ZELKLOG_API uint32_t utf82mbs(const char *utf8, size_t length, char **out);
+/* The same validation alone: 0 when both conversions accept the `length` bytes (they can
+ * then fail only for want of memory), else the code they give.  Allocates nothing. */
+ZELKLOG_API uint32_t utf8check(const char *utf8, size_t length);
 ZELKLOG_API uint32_t zelkLisAddArg(ZelkLogMsgArgList *list, ZelkLogMsgArg *arg);
 
 /* --- comparison --- */

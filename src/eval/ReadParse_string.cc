@@ -5,6 +5,10 @@
 // the node is not worked out, 1 when it is false and 2 when it is true.  Every operator
 // node is worked out exactly once per record: no branch is skipped, so a context-token
 // test anywhere in the tree is always seen.
+//
+// This runs for every record a fetch reads, so the walk clears nothing up front: it
+// numbers the operator nodes 1, 2, ... in post-order as it works them out, and a slot
+// counts only once this walk has numbered that far (any higher mark reads as 0).
 #include "src/core/zelkLogCore.h"
 
 #include <cstring>
@@ -27,6 +31,14 @@ inline bool isOperatorNode(const QueryNode *node)
 inline int32_t slotOf(const int32_t *results, const QueryNode *node)
 {
     if (node == nullptr || node->visitMark >= static_cast<uint32_t>(kSlots))
+        return 0;
+    return results[node->visitMark];
+}
+
+// The same within a walk whose slots above `worked` are not written yet.
+inline int32_t slotOf(const int32_t *results, const QueryNode *node, uint32_t worked)
+{
+    if (node == nullptr || node->visitMark > worked)
         return 0;
     return results[node->visitMark];
 }
@@ -104,10 +116,14 @@ ZELKLOG_API int evalStringWithStrstr(int32_t op, const char *text, const char *c
     return 0;
 }
 
-ZELKLOG_API int getResult(ZelkLogMsg *record, QueryNode *node, int32_t *results, uint8_t *contextAllSeen)
+}  // extern "C"
+
+namespace {
+
+// getResult with the slot reader of the caller's walk.
+template <typename SlotReader>
+int resultOf(const ZelkLogMsg *record, const QueryNode *node, SlotReader slotOf, uint8_t *contextAllSeen)
 {
-    if (record == nullptr || node == nullptr || results == nullptr)
-        return 0;
     int32_t op = node->kind;
     const QueryNode *left = node->left;
     const QueryNode *right = node->right;
@@ -119,12 +135,12 @@ ZELKLOG_API int getResult(ZelkLogMsg *record, QueryNode *node, int32_t *results,
     }
 
     if (!isKeyword(left)) {
-        int64_t leftTruth = static_cast<int64_t>(slotOf(results, left) - 1);
-        int64_t rightTruth = static_cast<int64_t>(slotOf(results, right) - 1);
+        int64_t leftTruth = static_cast<int64_t>(slotOf(left) - 1);
+        int64_t rightTruth = static_cast<int64_t>(slotOf(right) - 1);
         return eval(op, leftTruth, rightTruth);
     }
 
-    int32_t rightSlot = slotOf(results, right);
+    int32_t rightSlot = slotOf(right);
     bool rightIsCondition = rightSlot != 0;
     int64_t constant = 0;
     if (rightIsCondition)
@@ -184,49 +200,71 @@ ZELKLOG_API int getResult(ZelkLogMsg *record, QueryNode *node, int32_t *results,
     }
 }
 
+}  // namespace
+
+extern "C" {
+
+ZELKLOG_API int getResult(ZelkLogMsg *record, QueryNode *node, int32_t *results, uint8_t *contextAllSeen)
+{
+    if (record == nullptr || node == nullptr || results == nullptr)
+        return 0;
+    return resultOf(
+        record, node, [results](const QueryNode *operand) { return slotOf(results, operand); },
+        contextAllSeen);
+}
+
 ZELKLOG_API int IsTrueCondition(ZelkLogMsg *record, LogQuery *query)
 {
     if (record == nullptr || query == nullptr || !isOperatorNode(query->root))
         return 0;
     QueryNode *const root = query->root;
+    // Written before read: slot 0 (leaves) now, every other slot as its node is numbered.
     int32_t results[kSlots];
-    std::memset(results, 0, sizeof results);
-    QueryNode *stack[kSlots];
+    results[0] = 0;
+    // The path from the root, each node with the number of its operands already gone into.
+    struct Step {
+        QueryNode *node;
+        int operandsSeen;
+    };
+    Step stack[kSlots];
     int depth = 0;
     uint32_t counter = 0;
     uint8_t contextAllSeen = 0;
+    const auto slotInWalk = [&results, &counter](const QueryNode *node) {
+        return slotOf(results, node, counter);
+    };
 
-    stack[0] = root;
-    QueryNode *current = root;
+    stack[0] = {root, 0};
     for (;;) {
-        QueryNode *left = current->left;
-        QueryNode *right = current->right;
+        Step &step = stack[depth];
         QueryNode *next = nullptr;
-        if (isOperatorNode(left) && slotOf(results, left) == 0)
-            next = left;
-        else if (isOperatorNode(right) && slotOf(results, right) == 0)
-            next = right;
+        if (step.operandsSeen == 0) {
+            step.operandsSeen = 1;
+            next = isOperatorNode(step.node->left) ? step.node->left : nullptr;
+        } else if (step.operandsSeen == 1) {
+            step.operandsSeen = 2;
+            next = isOperatorNode(step.node->right) ? step.node->right : nullptr;
+        } else {
+            if (counter + 1 >= static_cast<uint32_t>(kSlots))
+                return 0;
+            const int result = resultOf(record, step.node, slotInWalk, &contextAllSeen);
+            ++counter;
+            results[counter] = result + 1;
+            step.node->visitMark = counter;
+            if (depth == 0)
+                break;
+            --depth;
+            continue;
+        }
         if (next != nullptr) {
             // A tree that does not fit the stack is not evaluated; the parser never builds one.
             if (depth + 1 >= kSlots)
                 return 0;
-            stack[++depth] = next;
-            current = next;
-            continue;
+            stack[++depth] = {next, 0};
         }
-        if (counter + 1 >= static_cast<uint32_t>(kSlots))
-            return 0;
-        ++counter;
-        results[counter] = getResult(record, current, results, &contextAllSeen) + 1;
-        current->visitMark = counter;
-        if (depth == 0)
-            break;
-        current = stack[--depth];
-        if (slotOf(results, root) != 0)
-            break;
     }
 
-    const bool rootTrue = slotOf(results, root) == 2;
+    const bool rootTrue = results[root->visitMark] == 2;
     if (record->kind == ZELKLOG_MSG_CTX) {
         UpdateContextTitleLink(query, record);
         return (contextAllSeen != 0 && rootTrue) ? 1 : 0;

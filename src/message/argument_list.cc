@@ -12,17 +12,22 @@ namespace {
 constexpr size_t kMaxMessageIdChars = 10;
 }  // namespace
 
-uint32_t readArgumentList(TextCursor &cursor, ZelkLogMsgArgList *list, int depth)
+template <Pass P> uint32_t readArgumentList(TextCursor &cursor, ZelkLogMsgArgList *list, int depth)
 {
     if (depth > kMaxListDepth || cursor.pos >= cursor.end || *cursor.pos != '(')
         return ZELKLOG_RC_FAILURE;
     ++cursor.pos;
     if (cursor.pos >= cursor.end)
         return ZELKLOG_RC_FAILURE;
-    size_t window = cursor.remaining() < kMaxMessageIdChars + 1 ? cursor.remaining() : kMaxMessageIdChars + 1;
-    const char *bar = static_cast<const char *>(std::memchr(cursor.pos, '|', window));
-    if (bar == nullptr || bar == cursor.pos || !readUnsigned(cursor.pos, bar, &list->msgId))
-        return ZELKLOG_RC_FAILURE;
+    // The usual message id, plain digits and its "|", needs no search.
+    const char *bar = shortDigitRun(cursor.pos, kMaxMessageIdChars, &list->msgId);
+    if (bar == nullptr || *bar != '|') {
+        size_t window =
+            cursor.remaining() < kMaxMessageIdChars + 1 ? cursor.remaining() : kMaxMessageIdChars + 1;
+        bar = static_cast<const char *>(std::memchr(cursor.pos, '|', window));
+        if (bar == nullptr || bar == cursor.pos || !readUnsigned(cursor.pos, bar, &list->msgId))
+            return ZELKLOG_RC_FAILURE;
+    }
     cursor.pos += (bar - cursor.pos) + 1;
     list->listInfo = 0;
     list->args = nullptr;
@@ -33,22 +38,31 @@ uint32_t readArgumentList(TextCursor &cursor, ZelkLogMsgArgList *list, int depth
         char tag = *cursor.pos++;
         if (tag == ')')
             return ZELKLOG_RC_OK;
-        auto *arg = static_cast<ZelkLogMsgArg *>(zelkLogMalloc(sizeof(ZelkLogMsgArg)));
-        if (arg == nullptr)
-            return ZELKLOG_RC_NO_MEMORY;
-        std::memset(arg, 0, sizeof *arg);
-        uint32_t rc = readArgumentValue(cursor, tag, arg, depth);
-        if (rc != ZELKLOG_RC_OK) {
-            zelkLogFree(arg);  // a failed decode leaves nothing owned in it
-            return rc;
-        }
-        rc = zelkLisAddArg(list, arg);
-        if (rc != ZELKLOG_RC_OK) {
-            releaseArgument(arg);
-            return rc;
+        if constexpr (P == Pass::Check) {
+            ZelkLogMsgArg scratch{};
+            if (uint32_t rc = readArgumentValue<P>(cursor, tag, &scratch, depth); rc != ZELKLOG_RC_OK)
+                return rc;
+        } else {
+            auto *arg = static_cast<ZelkLogMsgArg *>(zelkLogMalloc(sizeof(ZelkLogMsgArg)));
+            if (arg == nullptr)
+                return ZELKLOG_RC_NO_MEMORY;
+            std::memset(arg, 0, sizeof *arg);
+            uint32_t rc = readArgumentValue<P>(cursor, tag, arg, depth);
+            if (rc != ZELKLOG_RC_OK) {
+                zelkLogFree(arg);  // a failed decode leaves nothing owned in it
+                return rc;
+            }
+            rc = zelkLisAddArg(list, arg);
+            if (rc != ZELKLOG_RC_OK) {
+                releaseArgument(arg);
+                return rc;
+            }
         }
     }
 }
+
+template uint32_t readArgumentList<Pass::Store>(TextCursor &, ZelkLogMsgArgList *, int);
+template uint32_t readArgumentList<Pass::Check>(TextCursor &, ZelkLogMsgArgList *, int);
 
 void releaseArgument(ZelkLogMsgArg *arg)
 {

@@ -15,11 +15,13 @@ namespace zelk::message {
 constexpr int kMaxListDepth = 32;
 
 // Reads a list starting at the cursor ("(") into `list`, which the caller has cleared.
-// On failure the arguments already added stay in `list`.
-uint32_t readArgumentList(TextCursor &cursor, ZelkLogMsgArgList *list, int depth);
+// On failure the arguments already added stay in `list`.  The Check pass sets only the
+// list's message id and adds no argument.
+template <Pass P> uint32_t readArgumentList(TextCursor &cursor, ZelkLogMsgArgList *list, int depth);
 
 // Decodes the argument whose tag was just taken into `arg` (type, ownsValue, value).
-uint32_t readArgumentValue(TextCursor &cursor, char tag, ZelkLogMsgArg *arg, int depth);
+// The Check pass leaves the value of a string or list argument unset and owns nothing.
+template <Pass P> uint32_t readArgumentValue(TextCursor &cursor, char tag, ZelkLogMsgArg *arg, int depth);
 
 // Releases what the list owns (arguments, their values, nested lists); the holder stays.
 void releaseArgumentList(ZelkLogMsgArgList *list);

@@ -4,7 +4,6 @@
 #include "src/message/number_rules.h"
 #include "src/core/zelkLogCore.h"
 
-#include <cstdlib>
 #include <cstring>
 
 namespace zelk::message {
@@ -18,17 +17,20 @@ char *findChar(char *begin, char *end, char wanted)
 }
 }  // namespace
 
-bool cutCommaField(TextCursor &cursor, bool first, const char **begin, const char **end)
+template <Pass P> bool cutCommaField(TextCursor &cursor, bool first, const char **begin, const char **end)
 {
     if (!first) {
         if (cursor.pos >= cursor.end)  // the field before ended at the end of the text
             return false;
         ++cursor.pos;
     }
-    char *separator = static_cast<char *>(std::memchr(cursor.pos, ',', cursor.remaining()));
+    char *separator = findChar(cursor.pos, cursor.end, ',');
     *begin = cursor.pos;
     if (separator != nullptr) {
-        *separator = '\0';
+        // The number rules read [begin, end) and stop at the "," as at a NUL, so Check
+        // can leave it in place.
+        if constexpr (P == Pass::Store)
+            *separator = '\0';
         cursor.pos = separator;
     } else {
         cursor.pos = cursor.end;
@@ -37,40 +39,88 @@ bool cutCommaField(TextCursor &cursor, bool first, const char **begin, const cha
     return true;
 }
 
-uint32_t readUnsignedField(TextCursor &cursor, bool first, uint64_t *value)
+namespace {
+
+// The usual comma field: "0", or plain digits (at most `maxDigits`, the first not 0),
+// ended by "," or by the end of the text, read in one pass with no search.  False, with
+// the cursor unmoved, for anything else.
+template <Pass P> bool readPlainDigitsField(TextCursor &cursor, size_t maxDigits, uint64_t *value)
 {
+    if (cursor.pos[0] == '0' && cursor.pos[1] == ',') {  // the zero field alone
+        if constexpr (P == Pass::Store)
+            cursor.pos[1] = '\0';
+        ++cursor.pos;
+        *value = 0;
+        return true;
+    }
+    char *after = const_cast<char *>(shortDigitRun(cursor.pos, maxDigits, value));
+    if (after == nullptr || (*after != ',' && after != cursor.end))
+        return false;
+    if constexpr (P == Pass::Store)
+        *after = '\0';  // the "," or the terminator itself
+    cursor.pos = after;
+    return true;
+}
+
+// Steps behind the separator that ended the field before.
+bool stepToNextField(TextCursor &cursor)
+{
+    if (cursor.pos >= cursor.end)  // the field before ended at the end of the text
+        return false;
+    ++cursor.pos;
+    return true;
+}
+
+}  // namespace
+
+template <Pass P> uint32_t readUnsignedField(TextCursor &cursor, bool first, uint64_t *value)
+{
+    if (!first && !stepToNextField(cursor))
+        return ZELKLOG_RC_FAILURE;
+    if (readPlainDigitsField<P>(cursor, 19, value))
+        return ZELKLOG_RC_OK;
     const char *begin;
     const char *end;
-    if (!cutCommaField(cursor, first, &begin, &end) || !readUnsigned(begin, end, value))
+    if (!cutCommaField<P>(cursor, true, &begin, &end) || !readUnsigned(begin, end, value))
         return ZELKLOG_RC_FAILURE;
     return ZELKLOG_RC_OK;
 }
 
-uint32_t readSignedField(TextCursor &cursor, int64_t *value)
+template <Pass P> uint32_t readSignedField(TextCursor &cursor, int64_t *value)
 {
+    if (!stepToNextField(cursor))
+        return ZELKLOG_RC_FAILURE;
+    uint64_t quick = 0;
+    if (readPlainDigitsField<P>(cursor, 18, &quick)) {  // 18 digits fit a signed value
+        *value = static_cast<int64_t>(quick);
+        return ZELKLOG_RC_OK;
+    }
     const char *begin;
     const char *end;
-    if (!cutCommaField(cursor, false, &begin, &end) || !readSigned64(begin, end, value))
+    if (!cutCommaField<P>(cursor, true, &begin, &end) || !readSigned64(begin, end, value))
         return ZELKLOG_RC_FAILURE;
     return ZELKLOG_RC_OK;
 }
 
-uint32_t readPlainIntegerField(TextCursor &cursor, int32_t *value)
+template <Pass P> uint32_t readPlainIntegerField(TextCursor &cursor, int32_t *value)
 {
     const char *begin;
     const char *end;
-    if (!cutCommaField(cursor, false, &begin, &end))
+    if (!cutCommaField<P>(cursor, false, &begin, &end))
         return ZELKLOG_RC_FAILURE;
     *value = readPlainInteger(begin, end);
     return ZELKLOG_RC_OK;
 }
 
-uint32_t readStringField(TextCursor &cursor, char **out)
+template <Pass P> uint32_t readStringField(TextCursor &cursor, char **out)
 {
     if (cursor.pos >= cursor.end)
         return ZELKLOG_RC_FAILURE;
     char *prefix = cursor.pos + 1;
-    char *colon = findChar(prefix, cursor.end, ':');
+    // A prefix of plain digits ends at its ":" without a search.
+    uint64_t quick = 0;
+    const char *run = shortDigitRun(prefix, kMaxPrefixChars, &quick);
+    char *colon = run != nullptr && *run == ':' ? const_cast<char *>(run) : findChar(prefix, cursor.end, ':');
     if (colon == nullptr)
         return ZELKLOG_RC_FAILURE;
     size_t prefixChars = static_cast<size_t>(colon - prefix);
@@ -84,20 +134,35 @@ uint32_t readStringField(TextCursor &cursor, char **out)
         cursor.pos = data;
         return ZELKLOG_RC_OK;
     }
-    // atol over at most ten characters cannot overflow; strtol is its defined form.
-    long length = std::strtol(prefix, nullptr, 10);
+    const long length = readLength(prefix, colon);
     if (length <= 0)
         return ZELKLOG_RC_FAILURE;
     size_t bytes = static_cast<size_t>(length);
     if (bytes >= static_cast<size_t>(cursor.end - data) || data[bytes] != ',')
         return ZELKLOG_RC_FAILURE;
-    data[bytes] = '\0';
-    cursor.pos = data + bytes;
-    return utf82mbs(data, bytes, out);
+    if constexpr (P == Pass::Store) {
+        data[bytes] = '\0';
+        cursor.pos = data + bytes;
+        return utf82mbs(data, bytes, out);
+    } else {
+        if (uint32_t rc = utf8check(data, bytes); rc != ZELKLOG_RC_OK)
+            return rc;
+        if (cursor.inPlace == nullptr || !cursor.inPlace->remember(data + bytes))
+            return ZELKLOG_RC_FAILURE;
+        data[bytes] = '\0';
+        cursor.pos = data + bytes;
+        *out = data;
+        return ZELKLOG_RC_OK;
+    }
 }
 
 bool readCountPrefix(const char *begin, const char *end, uint64_t *value, const char **colon)
 {
+    // The usual prefix, plain digits and its ":", needs no search and no second reading.
+    if (const char *run = shortDigitRun(begin, kMaxPrefixChars, value); run != nullptr && *run == ':') {
+        *colon = run;
+        return true;
+    }
     const auto *found = static_cast<const char *>(std::memchr(begin, ':', static_cast<size_t>(end - begin)));
     if (found == nullptr)
         return false;
@@ -123,5 +188,15 @@ uint32_t readCountedField(TextCursor &cursor, const char **data, size_t *length)
     cursor.pos = start + count + 1;
     return ZELKLOG_RC_OK;
 }
+
+#define ZELK_INSTANTIATE(P)                                                                                  \
+    template bool cutCommaField<P>(TextCursor &, bool, const char **, const char **);                        \
+    template uint32_t readUnsignedField<P>(TextCursor &, bool, uint64_t *);                                  \
+    template uint32_t readSignedField<P>(TextCursor &, int64_t *);                                           \
+    template uint32_t readPlainIntegerField<P>(TextCursor &, int32_t *);                                     \
+    template uint32_t readStringField<P>(TextCursor &, char **);
+ZELK_INSTANTIATE(Pass::Store)
+ZELK_INSTANTIATE(Pass::Check)
+#undef ZELK_INSTANTIATE
 
 }  // namespace zelk::message

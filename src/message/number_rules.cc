@@ -1,10 +1,9 @@
-// Number syntaxes.  Plain digit strings, the usual case, go through std::from_chars;
-// anything else (space, sign) takes the C library conversion so that its acceptance
-// rules apply unchanged.  On overflow both saturate like the C library does.
+// Number syntaxes.  Plain digit strings, the usual case, are read by a digit loop that
+// saturates on overflow as the C library does; anything else (space, sign) takes the C
+// library conversion so that its acceptance rules apply unchanged.
 #include "src/message/number_rules.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstdlib>
 #include <limits>
 
@@ -17,12 +16,29 @@ bool startsWithNonZeroDigit(const char *begin, const char *end)
     return begin != end && *begin >= '1' && *begin <= '9';
 }
 
+// The digit run at `begin` (at least one digit, none beyond `end`) as an unsigned
+// magnitude; false when it does not fit 64 bits.
+bool digitRun(const char *begin, const char *end, uint64_t *magnitude)
+{
+    uint64_t value = 0;
+    bool fits = true;
+    for (const char *p = begin; p != end && isDigit(*p); ++p) {
+        const auto digit = static_cast<uint64_t>(*p - '0');
+        fits = fits && !__builtin_mul_overflow(value, uint64_t{10}, &value) &&
+               !__builtin_add_overflow(value, digit, &value);
+    }
+    *magnitude = value;
+    return fits;
+}
+
 uint64_t unsignedValue(const char *begin, const char *end)
 {
+    uint64_t quick = 0;
+    if (begin != end && shortDigitRun(begin, 19, &quick) != nullptr)
+        return quick;  // the run may end before `end` (trailing text is ignored)
     if (startsWithNonZeroDigit(begin, end)) {
         uint64_t value = 0;
-        auto result = std::from_chars(begin, end, value);
-        return result.ec == std::errc::result_out_of_range ? std::numeric_limits<uint64_t>::max() : value;
+        return digitRun(begin, end, &value) ? value : std::numeric_limits<uint64_t>::max();
     }
     static_assert(sizeof(unsigned long) == sizeof(uint64_t), "64-bit unsigned long");
     return std::strtoul(begin, nullptr, 10);
@@ -51,13 +67,22 @@ bool readSigned64(const char *begin, const char *end, int64_t *value)
         *value = 0;
         return true;
     }
-    bool negative = begin != end && *begin == '-' && startsWithNonZeroDigit(begin + 1, end);
+    uint64_t quick = 0;
+    if (begin != end && shortDigitRun(begin, 18, &quick) != nullptr) {  // 18 digits fit
+        *value = static_cast<int64_t>(quick);
+        return true;
+    }
+    const bool negative = begin != end && *begin == '-' && startsWithNonZeroDigit(begin + 1, end);
     if (negative || startsWithNonZeroDigit(begin, end)) {
-        int64_t parsed = 0;
-        auto result = std::from_chars(begin, end, parsed);
-        if (result.ec == std::errc::result_out_of_range)
-            parsed = negative ? std::numeric_limits<int64_t>::min() : std::numeric_limits<int64_t>::max();
-        *value = parsed;
+        uint64_t magnitude = 0;
+        const bool fits = digitRun(negative ? begin + 1 : begin, end, &magnitude);
+        constexpr auto kMax = static_cast<uint64_t>(std::numeric_limits<int64_t>::max());
+        if (negative)
+            *value = !fits || magnitude > kMax + 1 ? std::numeric_limits<int64_t>::min()
+                                                   : static_cast<int64_t>(0 - magnitude);
+        else
+            *value = !fits || magnitude > kMax ? std::numeric_limits<int64_t>::max()
+                                               : static_cast<int64_t>(magnitude);
     } else {
         *value = std::strtoll(begin, nullptr, 10);
     }
@@ -67,8 +92,15 @@ bool readSigned64(const char *begin, const char *end, int64_t *value)
 int32_t readPlainInteger(const char *begin, const char *end)
 {
     constexpr size_t kMaxChars = 22;
+    const size_t length = std::min(static_cast<size_t>(end - begin), kMaxChars);
+    // Up to 18 digits and nothing else: no overflow of a long is possible.
+    if (length >= 1 && length <= 18 && std::all_of(begin, begin + length, isDigit)) {
+        long number = 0;
+        for (const char *p = begin; p != begin + length; ++p)
+            number = number * 10 + (*p - '0');
+        return static_cast<int32_t>(number);
+    }
     char field[kMaxChars + 1];
-    size_t length = std::min(static_cast<size_t>(end - begin), kMaxChars);
     std::copy(begin, begin + length, field);
     field[length] = '\0';
     // atoi is strtol narrowed to int; narrowing explicitly keeps out-of-range values defined.
@@ -78,6 +110,18 @@ int32_t readPlainInteger(const char *begin, const char *end)
 double readFloating(const char *token)
 {
     return std::strtod(token, nullptr);
+}
+
+long readLength(const char *begin, const char *end)
+{
+    // At most ten digits always fit a long.
+    if (std::all_of(begin, end, isDigit)) {
+        long number = 0;
+        for (const char *p = begin; p != end; ++p)
+            number = number * 10 + (*p - '0');
+        return number;
+    }
+    return std::strtol(begin, nullptr, 10);
 }
 
 }  // namespace zelk::message

@@ -1,6 +1,8 @@
 // zelkLogMsgUnserialize: rebuilds a message record from the serialized text of one raw
 // log record.  The layout (which head fields the text carries, whether kind 2 carries a
 // who-text) follows from the record's format code; the tail from the message kind.
+#include "src/message/in_place.h"
+
 #include "src/message/argument_list.h"
 #include "src/message/field_readers.h"
 #include "src/message/text_cursor.h"
@@ -47,73 +49,73 @@ bool layoutFor(uint64_t format, Layout *layout)
             return rc_;                                                                                      \
     } while (0)
 
-uint32_t readHead(TextCursor &cursor, const Layout &layout, ZelkLogMsg *record)
+template <Pass P> uint32_t readHead(TextCursor &cursor, const Layout &layout, ZelkLogMsg *record)
 {
     uint64_t kind = 0;
-    ZELK_READ(readUnsignedField(cursor, true, &kind));
+    ZELK_READ(readUnsignedField<P>(cursor, true, &kind));
     record->kind = static_cast<uint32_t>(kind);
     if (record->kind > ZELKLOG_MSG_AUDIT)
         return ZELKLOG_RC_FAILURE;
     if (layout.productId)
-        ZELK_READ(readUnsignedField(cursor, false, &record->productId));
-    ZELK_READ(readUnsignedField(cursor, false, &record->originatorId));
+        ZELK_READ(readUnsignedField<P>(cursor, false, &record->productId));
+    ZELK_READ(readUnsignedField<P>(cursor, false, &record->originatorId));
     if (layout.fileId)
-        ZELK_READ(readUnsignedField(cursor, false, &record->fileId));
-    ZELK_READ(readUnsignedField(cursor, false, &record->auxNumber));
-    ZELK_READ(readSignedField(cursor, &record->timeMs));
-    ZELK_READ(readUnsignedField(cursor, false, &record->pid));
-    ZELK_READ(readUnsignedField(cursor, false, &record->tid));
-    ZELK_READ(readStringField(cursor, &record->contextToken));
-    ZELK_READ(readStringField(cursor, &record->auxText));
+        ZELK_READ(readUnsignedField<P>(cursor, false, &record->fileId));
+    ZELK_READ(readUnsignedField<P>(cursor, false, &record->auxNumber));
+    ZELK_READ(readSignedField<P>(cursor, &record->timeMs));
+    ZELK_READ(readUnsignedField<P>(cursor, false, &record->pid));
+    ZELK_READ(readUnsignedField<P>(cursor, false, &record->tid));
+    ZELK_READ(readStringField<P>(cursor, &record->contextToken));
+    ZELK_READ(readStringField<P>(cursor, &record->auxText));
     return ZELKLOG_RC_OK;
 }
 
-uint32_t readSeverity(TextCursor &cursor, ZelkLogMsg *record)
+template <Pass P> uint32_t readSeverity(TextCursor &cursor, ZelkLogMsg *record)
 {
     uint64_t severity = 0;
-    ZELK_READ(readUnsignedField(cursor, false, &severity));
+    ZELK_READ(readUnsignedField<P>(cursor, false, &severity));
     record->kindData.first.severity = static_cast<uint32_t>(severity);
     return ZELKLOG_RC_OK;
 }
 
 // The argument section starts behind the separator that ended the tail's last field.
-uint32_t readArguments(TextCursor &cursor, ZelkLogMsg *record)
+template <Pass P> uint32_t readArguments(TextCursor &cursor, ZelkLogMsg *record)
 {
     if (cursor.pos >= cursor.end)
         return ZELKLOG_RC_FAILURE;
     ++cursor.pos;
-    return readArgumentList(cursor, &record->args, 1);
+    return readArgumentList<P>(cursor, &record->args, 1);
 }
 
-uint32_t readTail(TextCursor &cursor, const Layout &layout, ZelkLogMsg *record)
+template <Pass P> uint32_t readTail(TextCursor &cursor, const Layout &layout, ZelkLogMsg *record)
 {
     ZelkLogMsgKindData &data = record->kindData;
     switch (record->kind) {
     case ZELKLOG_MSG_DEBUG:
-        ZELK_READ(readStringField(cursor, &data.second.who));
-        return readPlainIntegerField(cursor, &data.first.level);
+        ZELK_READ(readStringField<P>(cursor, &data.second.who));
+        return readPlainIntegerField<P>(cursor, &data.first.level);
     case ZELKLOG_MSG_DIAG:
-        ZELK_READ(readStringField(cursor, &data.second.who));
-        ZELK_READ(readPlainIntegerField(cursor, &data.first.level));
-        return readArguments(cursor, record);
+        ZELK_READ(readStringField<P>(cursor, &data.second.who));
+        ZELK_READ(readPlainIntegerField<P>(cursor, &data.first.level));
+        return readArguments<P>(cursor, record);
     case ZELKLOG_MSG_APP:
         if (layout.appWho)
-            ZELK_READ(readStringField(cursor, &data.second.who));
-        ZELK_READ(readSeverity(cursor, record));
-        return readArguments(cursor, record);
+            ZELK_READ(readStringField<P>(cursor, &data.second.who));
+        ZELK_READ(readSeverity<P>(cursor, record));
+        return readArguments<P>(cursor, record);
     case ZELKLOG_MSG_CTX:
-        ZELK_READ(readStringField(cursor, &data.first.contextText));
-        return readArguments(cursor, record);
+        ZELK_READ(readStringField<P>(cursor, &data.first.contextText));
+        return readArguments<P>(cursor, record);
     default:  // ZELKLOG_MSG_AUDIT; the head refused every other kind
-        ZELK_READ(readStringField(cursor, &data.second.subject));
-        ZELK_READ(readPlainIntegerField(cursor, &data.returnValue));
-        return readArguments(cursor, record);
+        ZELK_READ(readStringField<P>(cursor, &data.second.subject));
+        ZELK_READ(readPlainIntegerField<P>(cursor, &data.returnValue));
+        return readArguments<P>(cursor, record);
     }
 }
 
 #undef ZELK_READ
 
-uint32_t unserialize(textMessage *message, ZelkLogMsg *record)
+template <Pass P> uint32_t unserialize(textMessage *message, ZelkLogMsg *record, InPlaceStrings *inPlace)
 {
     if (record == nullptr || message->text == nullptr)
         return ZELKLOG_RC_BAD_ARGUMENT;
@@ -121,14 +123,24 @@ uint32_t unserialize(textMessage *message, ZelkLogMsg *record)
     if (!layoutFor(record->format, &layout))
         return ZELKLOG_RC_FAILURE;
     record->marker = 1;
-    TextCursor cursor{message->text, message->text + std::strlen(message->text)};
-    uint32_t rc = readHead(cursor, layout, record);
+    TextCursor cursor{message->text, message->text + std::strlen(message->text), inPlace};
+    uint32_t rc = readHead<P>(cursor, layout, record);
     if (rc == ZELKLOG_RC_OK)
-        rc = readTail(cursor, layout, record);
+        rc = readTail<P>(cursor, layout, record);
     return rc;
 }
 
 }  // namespace
+
+uint32_t readInPlace(textMessage *message, ZelkLogMsg *view, InPlaceStrings *strings)
+{
+    if (message == nullptr || strings == nullptr)
+        return ZELKLOG_RC_BAD_ARGUMENT;
+    const uint32_t rc = unserialize<Pass::Check>(message, view, strings);
+    if (rc != ZELKLOG_RC_OK)
+        strings->restore();
+    return rc;
+}
 
 }  // namespace zelk::message
 
@@ -136,7 +148,7 @@ extern "C" ZELKLOG_API uint32_t zelkLogMsgUnserialize(textMessage *message, Zelk
 {
     if (message == nullptr)
         return ZELKLOG_RC_BAD_ARGUMENT;
-    uint32_t rc = zelk::message::unserialize(message, record);
+    uint32_t rc = zelk::message::unserialize<zelk::message::Pass::Store>(message, record, nullptr);
     if (rc != ZELKLOG_RC_OK)
         free_text_msg(message);
     return rc;

@@ -18,6 +18,11 @@ namespace {
 
 constexpr double kMsPerSecond = 1000.0;
 
+// Longer than any date and time ICU writes in any locale and style (under 300 bytes of
+// UTF-8); a longer text is refused before it reaches ICU's parser, whose time grows
+// faster than the text.
+constexpr size_t kMaxDateTextBytes = 1024;
+
 // Styles udat_open accepts without a pattern: none, full..short, and the relative
 // date styles.  UDAT_PATTERN (-2) would need a pattern, which these calls never pass.
 bool usableStyle(int32_t style)
@@ -108,6 +113,8 @@ ZELKLOG_API uint32_t zelkLogGetDateFromFormat(int32_t timeStyle, int32_t dateSty
 {
     if (dateText == nullptr || time == nullptr)
         return ZELKLOG_RC_BAD_ARGUMENT;
+    if (strnlen(dateText, kMaxDateTextBytes + 1) > kMaxDateTextBytes)
+        return ZELKLOG_RC_FAILURE;
 
     void *formatter = nullptr;
     ZELKLOG_UCHAR *unused = nullptr;

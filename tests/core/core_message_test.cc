@@ -18,6 +18,8 @@ TEST(Utf8Conversion, MultibyteAndWide)
         {"", L""},
         {"\xC3\xA9t\xE2\x82\xAC", L"\u00e9t\u20ac"},
         {"\xF4\x8F\xBF\xBF", L"\U0010FFFF"},
+        {"quota for user5 on vol1\xC3\xA9", L"quota for user5 on vol1\u00e9"},  // ASCII words first
+        {"abcdefghij\xC3\xA9", L"abcdefghij\u00e9"},                            // in the last word
     };
     const std::string invalid[] = {
         "\xC0\xAF",
@@ -27,10 +29,15 @@ TEST(Utf8Conversion, MultibyteAndWide)
         "ab\xE2\x82",
         "\x80",
         std::string("a\0b", 3),
+        std::string("exceeded blocks\0", 16),  // a NUL and a stray byte behind whole words
+        "exceeded blocks\x80",
+        "abcdefghij\x80",
+        std::string("abcdefghij\0", 11),
     };
     for (const auto &c : valid) {
         char *narrow = nullptr;
         wchar_t *wide = nullptr;
+        EXPECT_EQ(utf8check(c.bytes.data(), c.bytes.size()), 0u) << c.bytes;
         ASSERT_EQ(utf82mbs(c.bytes.data(), c.bytes.size(), &narrow), 0u) << c.bytes;
         ASSERT_EQ(utf82wcs(c.bytes.data(), c.bytes.size(), &wide), 0u) << c.bytes;
         EXPECT_EQ(std::string(narrow), c.bytes);
@@ -41,6 +48,7 @@ TEST(Utf8Conversion, MultibyteAndWide)
     for (const std::string &bytes : invalid) {
         char *narrow = nullptr;
         wchar_t *wide = nullptr;
+        EXPECT_EQ(utf8check(bytes.data(), bytes.size()), ZELKLOG_RC_INVALID_UTF8) << bytes;
         EXPECT_EQ(utf82mbs(bytes.data(), bytes.size(), &narrow), ZELKLOG_RC_INVALID_UTF8) << bytes;
         EXPECT_EQ(utf82wcs(bytes.data(), bytes.size(), &wide), ZELKLOG_RC_INVALID_UTF8) << bytes;
         EXPECT_EQ(narrow, nullptr);

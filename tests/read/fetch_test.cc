@@ -51,13 +51,21 @@ protected:
 // to every decoded record, by both fetches.
 TEST_F(Fetch, FiltersEndToEnd)
 {
-    zelk::test::writeLogFile(path("mixed.log"),
-                             {numbered(1, ZELKLOG_MSG_DEBUG), numbered(2), numbered(3, ZELKLOG_MSG_CTX),
-                              numbered(4, ZELKLOG_MSG_AUDIT)},
-                             1000);
+    auto debug = numbered(1, ZELKLOG_MSG_DEBUG);
+    auto app = numbered(2);
+    auto context = numbered(3, ZELKLOG_MSG_CTX);
+    auto audit = numbered(4, ZELKLOG_MSG_AUDIT);
+    debug.who = "nightly batch";
+    app.contextToken = "job-1";
+    context.contextToken = "job-1";
+    context.contextText = "Nightly batch";
+    audit.subject = "disk full";
+    zelk::test::writeLogFile(path("mixed.log"), {debug, app, context, audit}, 1000);
     const std::pair<const char *, const char *> cases[] = {
         {"MSGTYPE = AUDIT || MSGTYPE = DEBUG", "0:1 0:4 9"},
         {"PRODID = 'billing' && 1235 > PID", "0:1 0:2 0:4 9"},
+        {"WHO = 'batch' || CTXTOK = 'job-1' || SUBJECT = 'disk full'", "0:1 0:2 0:4 9"},
+        {"CTXTOK = 'ALL'", "0:3 9"},
         {"PID = 4321", "9"}};
     for (auto [filter, expected] : cases) {
         for (bool sorted : {false, true}) {
@@ -84,6 +92,30 @@ TEST_F(Fetch, CorruptTornAndGrowingFiles)
     EXPECT_EQ(fetchAll(false, 5), "0:1 23 0:3 0:4 0:6");
     live.append(zelk::test::makeRecord(numbered(8)));
     EXPECT_EQ(fetchAll(), "0:7 0:8 9");
+}
+
+// A record that does not decode gives 23 whether or not it would match, also when the
+// broken field is one the filter does not test, and holds what the decoder stored.
+TEST_F(Fetch, UndecodableRecordGives23WhateverTheFilterTests)
+{
+    zelk::test::writeLogFile(path("a.log"), {numbered(1)}, 1000);
+    for (const char *text : {"2,7,112,0,0,1700000002000,999,2,0:,0:,3:a\xff"
+                             "b,0,(100|)",                                          // who not UTF-8
+                             "2,7,112,0,0,1700000003000,999,3,0:,0:,0:,0,(100|Q)",  // no such argument
+                             "2,7,112,0,0,1700000004000,999,4,0:,0:,0:,0,(100|)",   // fine, no match
+                             "2,7,112,0,0,1700000005000,1234,5,0:,0:,0:,0,(100|A9:x,)"})
+        zelk::test::appendRawRecord(path("a.log"), text);
+    zelk::test::appendRecords(path("a.log"), {numbered(6)});
+    create("PID = 1234 && SEV = INFO");
+    ZelkLogMsg record;
+    ASSERT_EQ(zelkLogFetchNextEntry(&query_, &record), 0u);
+    zelkLogFreeMsg(&record);
+    ASSERT_EQ(zelkLogFetchNextEntry(&query_, &record), ZELKLOG_RC_CORRUPT_RECORD);
+    EXPECT_EQ(record.marker, 1u);
+    EXPECT_EQ(record.tid, 2u);
+    EXPECT_EQ(record.kindData.second.who, nullptr);
+    zelkLogFreeMsg(&record);
+    EXPECT_EQ(fetchAll(), "23 23 0:6 9");
 }
 
 TEST_F(Fetch, LogsetFileGivesEveryRecordItsLogset)

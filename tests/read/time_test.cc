@@ -140,6 +140,11 @@ TEST(DateFormat, ParseIgnoresTrailingTextAndRefusesGarbage)
     EXPECT_EQ(parsed, kMoment);
     for (const char *text : {"", "13:00", "\xff\xfe\x80"})
         EXPECT_EQ(zelkLogGetDateFromFormat(2, 3, "en_US", text, &parsed), ZELKLOG_RC_FAILURE) << text;
+    // Longer than any date a locale writes: refused before it is parsed, and so in a filter.
+    const std::string overlong = "11/14/23, 10:13:20 PM" + std::string(1100, ' ');
+    EXPECT_EQ(zelkLogGetDateFromFormat(2, 3, "en_US", overlong.c_str(), &parsed), ZELKLOG_RC_FAILURE);
+    QueryNode *root = nullptr;
+    EXPECT_EQ(parseQueryString(("STDATE > '" + overlong + "'").c_str(), "en_US", &root), ZELKLOG_RC_BAD_DATE);
 }
 
 TEST(DateFormat, BadArgumentsLeaveNothingToRelease)
