@@ -402,11 +402,12 @@ bool Runner::drain(LogQuery &query)
 {
     if (!perRecord_) {
         const char *locale = options_.locale.empty() ? nullptr : options_.locale.c_str();
+        const uint64_t flags = shape_ == Shape::Cat ? kMessageTextOnly : flags_;
         for (;;) {
             if (stopRequested)
                 return false;
             char *text = nullptr;
-            uint32_t rc = zelkLogFetchNextFormattedMessage(&query, 0, locale, flags_, &text);
+            uint32_t rc = zelkLogFetchNextFormattedMessage(&query, 0, locale, flags, &text);
             if (rc == 0) {
                 out_.write(text, std::strlen(text));
                 out_.put('\n');
