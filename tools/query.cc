@@ -530,7 +530,8 @@ int Runner::run()
         terminal_.startPager();
     }
     installStopSignals();
-    bool goOn = true;
+    bool goOn = options_.limit != 0;
+    bool firstPass = true;
     while (goOn) {
         QueryRecord current;
         createQueryOrFail(current.query, tracked_ ? kEveryRecord : filter, options_.locale,
@@ -540,6 +541,9 @@ int Runner::run()
         filesTotal_ = 0;
         for (const LogFileEntry *entry = current.query.currentFile; entry != nullptr; entry = entry->next)
             ++filesTotal_;
+        if (firstPass && filesTotal_ == 0 && !options_.logDirectory.empty())
+            std::fprintf(stderr, "zelklog: %s: no log files\n", options_.logDirectory.c_str());
+        firstPass = false;
         if (tracked_)
             cursor_.attach(current.query);
         watchDirectories(current.query);

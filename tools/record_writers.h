@@ -22,7 +22,7 @@ struct RecordOrigin {
 void appendJsonString(std::string &out, std::string_view text);
 
 // One JSON object of every field of the record, without the closing brace, so that the
-// caller can add "message".  Keys are documented in docs/zelklog-json.md.
+// caller can add "message".  Keys: docs/zelklog-output.md.
 void appendJsonRecord(std::string &out, const ZelkLogMsg &record, const RecordOrigin &origin);
 
 // One entry of the Journal Export Format without MESSAGE and the terminating blank line:
