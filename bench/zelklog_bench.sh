@@ -30,14 +30,15 @@ for f in $(seq 0 15); do
   awk -v f="$f" 'BEGIN {
     srand(20261123 + f);
     for (i = 0; i < 62500; i++) {
+      # %.0f: awk prints whole numbers above 2^31 exactly only this way.
       t = 1700000000000 + f * 62500 + i; k = rand();
       sev = int(rand() * 5); pid = (rand() < 0.5) ? 1234 : 2000 + int(rand() * 50);
       if (k < 0.6)
-        printf "{\"time_ms\":%d,\"kind\":\"APP\",\"product_id\":7,\"originator_id\":112,\"pid\":%d,\"tid\":%d,\"severity\":%d,\"who\":\"batch-runner\",\"context_token\":\"job-42\",\"msg_id\":%d,\"args\":[{\"type\":\"int\",\"size\":8,\"value\":%d},{\"type\":\"string\",\"value\":\"disk0\"}]}\n", t, pid, i, sev, 1000 + int(rand() * 40), int(rand() * 100000);
+        printf "{\"time_ms\":%.0f,\"kind\":\"APP\",\"product_id\":7,\"originator_id\":112,\"pid\":%d,\"tid\":%d,\"severity\":%d,\"who\":\"batch-runner\",\"context_token\":\"job-42\",\"msg_id\":%d,\"args\":[{\"type\":\"int\",\"size\":8,\"value\":%d},{\"type\":\"string\",\"value\":\"disk0\"}]}\n", t, pid, i, sev, 1000 + int(rand() * 40), int(rand() * 100000);
       else if (k < 0.85)
-        printf "{\"time_ms\":%d,\"kind\":\"DIAG\",\"product_id\":7,\"originator_id\":112,\"pid\":%d,\"tid\":%d,\"level\":%d,\"who\":\"scheduler\",\"msg_id\":%d,\"args\":[{\"type\":\"int\",\"size\":8,\"value\":%d},{\"type\":\"string\",\"value\":\"disk0\"}]}\n", t, pid, i, int(rand() * 10), 1000 + int(rand() * 40), int(rand() * 100000);
+        printf "{\"time_ms\":%.0f,\"kind\":\"DIAG\",\"product_id\":7,\"originator_id\":112,\"pid\":%d,\"tid\":%d,\"level\":%d,\"who\":\"scheduler\",\"msg_id\":%d,\"args\":[{\"type\":\"int\",\"size\":8,\"value\":%d},{\"type\":\"string\",\"value\":\"disk0\"}]}\n", t, pid, i, int(rand() * 10), 1000 + int(rand() * 40), int(rand() * 100000);
       else
-        printf "{\"time_ms\":%d,\"kind\":\"AUDIT\",\"product_id\":7,\"originator_id\":112,\"pid\":%d,\"tid\":%d,\"subject\":\"configuration changed\",\"return_value\":%d,\"msg_id\":%d,\"args\":[{\"type\":\"int\",\"size\":8,\"value\":%d},{\"type\":\"string\",\"value\":\"disk0\"}]}\n", t, pid, i, int(rand() * 3), 1000 + int(rand() * 40), int(rand() * 100000);
+        printf "{\"time_ms\":%.0f,\"kind\":\"AUDIT\",\"product_id\":7,\"originator_id\":112,\"pid\":%d,\"tid\":%d,\"subject\":\"configuration changed\",\"return_value\":%d,\"msg_id\":%d,\"args\":[{\"type\":\"int\",\"size\":8,\"value\":%d},{\"type\":\"string\",\"value\":\"disk0\"}]}\n", t, pid, i, int(rand() * 3), 1000 + int(rand() * 40), int(rand() * 100000);
     }
   }' | "$TOOL" write --create --format 0x10006 --header "bench host" "$DATA/logs/part-$(printf %02d "$f").log"
   touch -d "@$((1000 + f))" "$DATA/logs/part-$(printf %02d "$f").log"

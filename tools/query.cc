@@ -76,6 +76,15 @@ std::string pathOf(const LogFileEntry *entry)
     return std::string(entry->logDirectory) + entry->fileName;
 }
 
+// Text handed out by the library, released with zelkLogFree also when a write throws.
+struct LibraryText {
+    char *text = nullptr;
+    LibraryText() = default;
+    LibraryText(const LibraryText &) = delete;
+    LibraryText &operator=(const LibraryText &) = delete;
+    ~LibraryText() { zelkLogFree(text); }
+};
+
 class Grep {
 public:
     Grep(const std::string &pattern, bool ignoreCase)
@@ -290,7 +299,8 @@ bool Runner::emit(LogQuery &query, ZelkLogMsg *record, const LogFileEntry *entry
     const uint32_t kind = record->kind;
     const uint32_t severity = record->kindData.first.severity;
     RecordOrigin origin{entry->fileName, entry->format};
-    char *text = nullptr;
+    LibraryText formatted;  // released on every way out, a throwing write included
+    char *&text = formatted.text;
     switch (shape_) {
     case Shape::Text:
     case Shape::Cat: {
@@ -307,7 +317,6 @@ bool Runner::emit(LogQuery &query, ZelkLogMsg *record, const LogFileEntry *entry
                 out_.write(kColourReset, std::strlen(kColourReset));
             out_.put('\n');
         }
-        zelkLogFree(text);
         return keep;
     }
     case Shape::Json: {
@@ -322,7 +331,6 @@ bool Runner::emit(LogQuery &query, ZelkLogMsg *record, const LogFileEntry *entry
                 scratch_.append(",\"message\":");
                 appendJsonString(scratch_, std::string_view(text, length));
             }
-            zelkLogFree(text);
             if (!keep)
                 return false;
         } else {
@@ -346,7 +354,6 @@ bool Runner::emit(LogQuery &query, ZelkLogMsg *record, const LogFileEntry *entry
             scratch_.push_back('\n');
             out_.write(scratch_);
         }
-        zelkLogFree(text);
         return keep;
     }
     case Shape::Raw: {
@@ -357,7 +364,6 @@ bool Runner::emit(LogQuery &query, ZelkLogMsg *record, const LogFileEntry *entry
             if (!formatCurrent(query, record, kMessageTextOnly, &text))
                 return false;
             bool keep = grep_.matches(text, std::strlen(text));
-            zelkLogFree(text);
             if (!keep)
                 return false;
         } else {
@@ -386,12 +392,11 @@ bool Runner::drain(LogQuery &query)
         for (;;) {
             if (stopRequested)
                 return false;
-            char *text = nullptr;
-            uint32_t rc = zelkLogFetchNextFormattedMessage(&query, 0, locale, flags, &text);
+            LibraryText line;
+            uint32_t rc = zelkLogFetchNextFormattedMessage(&query, 0, locale, flags, &line.text);
             if (rc == 0) {
-                out_.write(text, std::strlen(text));
+                out_.write(line.text, std::strlen(line.text));
                 out_.put('\n');
-                zelkLogFree(text);
                 ++handedOut_;
                 if (!counted())
                     return false;
