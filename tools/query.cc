@@ -6,9 +6,10 @@
 //  - per record: the time-ordered fetch hands out the record (its fields, its file), and
 //    when a formatted text is wanted the formatted fetch is called right after it: the
 //    record is still in its slot, so that call formats exactly this record.
-// With --follow or --cursor-file the library's filter matches every record so that the
-// end of each record read is known in every file; the user's filter is then tested by
-// the tool with IsTrueCondition against a second query that holds only the filter.
+// With --follow or --cursor-file (and for progress on a terminal) the library's filter
+// matches every record, so that the end of each record read is known in every file; the
+// user's filter is then tested by the tool with IsTrueCondition against a second query
+// that holds only the filter.
 #include "tools/query.h"
 
 #include "tools/cursor.h"
@@ -139,7 +140,9 @@ public:
                 failUsage("--flags: '" + options.flags + "' is not a number such as 0xF03");
         }
         tracked_ = options.follow || !options.cursorFile.empty();
-        perRecord_ = tracked_ || terminal.colour() || grep_.active() || shape_ == Shape::Json ||
+        // Progress needs every record read to pass through the tool, as tracking does.
+        everyRecord_ = tracked_ || progress_.enabled();
+        perRecord_ = everyRecord_ || terminal.colour() || grep_.active() || shape_ == Shape::Json ||
                      shape_ == Shape::Raw || shape_ == Shape::Export || options.fileOrder;
         if (!options.tz.empty()) {
             tzOffset_ = parseZoneOffset(options.tz);
@@ -179,7 +182,8 @@ private:
     Grep grep_;
     Progress progress_;
     uint64_t flags_ = 0;
-    bool tracked_ = false;
+    bool tracked_ = false;      // --follow or --cursor-file: positions are kept
+    bool everyRecord_ = false;  // the library hands out every record; the tool filters
     bool perRecord_ = false;
     int64_t tzOffset_ = ZELKLOG_NO_TZ_ADJUST;
     QueryRecord filterOnly_;  // tracked: the user's filter, without files
@@ -426,8 +430,9 @@ bool Runner::drain(LogQuery &query)
         }
         ++handedOut_;
         LogFileEntry *entry = entryOf(record);
-        if (tracked_) {
-            cursor_.advance(entry);
+        if (everyRecord_) {
+            if (tracked_)
+                cursor_.advance(entry);
             if (IsTrueCondition(record, &filterOnly_.query) == 0) {
                 zelkLogFreeMsg(record);
                 continue;
@@ -465,7 +470,7 @@ bool Runner::drainFileOrder(LogQuery &query)
 int Runner::run()
 {
     const std::string filter = userFilter();
-    if (tracked_) {
+    if (everyRecord_) {
         // The user's filter alone, to test records with; its file list is not needed.
         createQueryOrFail(filterOnly_.query, filter, options_.locale, options_.logDirectory,
                           options_.formatResource, tzOffset_);
@@ -487,9 +492,9 @@ int Runner::run()
     bool firstPass = true;
     while (goOn) {
         QueryRecord current;
-        createQueryOrFail(current.query, tracked_ ? kEveryRecord : filter, options_.locale,
+        createQueryOrFail(current.query, everyRecord_ ? kEveryRecord : filter, options_.locale,
                           options_.logDirectory, options_.formatResource,
-                          tracked_ ? ZELKLOG_NO_TZ_ADJUST : tzOffset_);
+                          everyRecord_ ? ZELKLOG_NO_TZ_ADJUST : tzOffset_);
         current.live = true;
         filesTotal_ = 0;
         for (const LogFileEntry *entry = current.query.currentFile; entry != nullptr; entry = entry->next)

@@ -46,6 +46,7 @@ class Progress {
 public:
     explicit Progress(bool enabled) : enabled_(enabled), start_(std::chrono::steady_clock::now()) {}
     ~Progress() { clear(); }
+    bool enabled() const { return enabled_; }
     // True now and then while enabled: the caller then calls show().
     bool due() { return enabled_ && ++calls_ % 4096 == 0; }
     void show(uint64_t records, uint64_t filesDone, uint64_t filesTotal);
