@@ -10,4 +10,5 @@ apt-get update
 apt-get install -y --no-install-recommends \
   build-essential cmake ninja-build pkg-config flex bison \
   libicu-dev libinih-dev libxxhash-dev libgtest-dev libgmock-dev libbenchmark-dev \
-  binutils clang-format
+  binutils clang-format \
+  libcli11-dev nlohmann-json3-dev libpcre2-dev less
