@@ -28,10 +28,10 @@ bool usableStyle(int32_t style)
     return style >= 0 && base >= UDAT_FULL && base <= UDAT_SHORT;
 }
 
-void releaseOutputs(void **formatter, ZELKLOG_UCHAR **text)
+void releaseOutputs(UDateFormat **formatter, ZELKLOG_UCHAR **text)
 {
     if (*formatter != nullptr)
-        udat_close(static_cast<UDateFormat *>(*formatter));
+        udat_close(*formatter);
     zelkLogFree(*text);
     *formatter = nullptr;
     *text = nullptr;
@@ -42,7 +42,7 @@ void releaseOutputs(void **formatter, ZELKLOG_UCHAR **text)
 extern "C" {
 
 ZELKLOG_API uint32_t GetDateTimeFormat(int32_t timeStyle, int32_t dateStyle, double time, const char *locale,
-                                       void **formatter, ZELKLOG_UCHAR **text)
+                                       UDateFormat **formatter, ZELKLOG_UCHAR **text)
 {
     if (formatter == nullptr || text == nullptr)
         return ZELKLOG_RC_BAD_ARGUMENT;
@@ -84,10 +84,10 @@ ZELKLOG_API uint32_t GetDateTimeFormat(int32_t timeStyle, int32_t dateStyle, dou
     return ZELKLOG_RC_OK;
 }
 
-ZELKLOG_API void ReleaseDateTimeFormat(void *formatter, ZELKLOG_UCHAR *text)
+ZELKLOG_API void ReleaseDateTimeFormat(UDateFormat *formatter, ZELKLOG_UCHAR *text)
 {
     if (formatter != nullptr)
-        udat_close(static_cast<UDateFormat *>(formatter));
+        udat_close(formatter);
     zelkLogFree(text);
 }
 
@@ -96,10 +96,10 @@ ZELKLOG_API uint32_t zelkLogstrftime(int32_t timeStyle, int32_t dateStyle, doubl
 {
     if (text == nullptr)
         return ZELKLOG_RC_BAD_ARGUMENT;
-    void *formatter = nullptr;
+    UDateFormat *formatter = nullptr;
     if (GetDateTimeFormat(timeStyle, dateStyle, time, locale, &formatter, text) != ZELKLOG_RC_OK)
         return ZELKLOG_RC_FAILURE;
-    udat_close(static_cast<UDateFormat *>(formatter));
+    udat_close(formatter);
     return ZELKLOG_RC_OK;
 }
 
@@ -109,7 +109,7 @@ ZELKLOG_API uint32_t zelkLogGetDateFromFormat(int32_t timeStyle, int32_t dateSty
     if (dateText == nullptr || time == nullptr)
         return ZELKLOG_RC_BAD_ARGUMENT;
 
-    void *formatter = nullptr;
+    UDateFormat *formatter = nullptr;
     ZELKLOG_UCHAR *unused = nullptr;
     if (GetDateTimeFormat(timeStyle, dateStyle, 0.0, locale, &formatter, &unused) != ZELKLOG_RC_OK)
         return ZELKLOG_RC_FAILURE;
