@@ -4,15 +4,13 @@
 // are delivered (count = capacity) and the result is ZELKLOG_RC_NO_MEMORY: the caller's
 // array was too small.  zelkLogGetAllProductsEx uses the paired layout: names[i]
 // belongs to ids[i] and is null when the product has no readable "Names".
-#include "src/config/config_store_names.h"
+#include "src/core/zelkLogConfigLayout.h"
 #include "src/core/zelkLogCore.h"
 
 #include <cstdlib>
 #include <cstring>
 
 namespace {
-
-using namespace zelk::config;
 
 // The leading decimal number of a section name, as atol reads it (without atol's
 // undefined behaviour on overflow).
@@ -35,7 +33,7 @@ void readProductNames(const char *location, const char *section, char **slot)
     *slot = nullptr;
     UtiPropertyStore store{};
     if (utiOpenPropertyStore(location, section, &store, 0) == 0)
-        utiGetPropertyAsStr(&store, kNames, slot);
+        utiGetPropertyAsStr(&store, ZELKLOG_CFG_NAMES, slot);
     utiClosePropertyStore(&store);
 }
 
@@ -48,9 +46,9 @@ uint32_t listSections(UtiPropertyStore &store, uint32_t code, uint64_t *ids, uin
                       uint64_t *count, IdOf idOf, OnListed onListed)
 {
     bool full = false;
-    char name[kSectionBuffer];
+    char name[UTI_PS_SECTION_NAME_SIZE];
     for (uint32_t index = 0; code == UTI_PS_OK; ++index) {
-        uint32_t length = kSectionBuffer;
+        uint32_t length = UTI_PS_SECTION_NAME_SIZE;
         code = utiEnumProductId(&store, index, name, &length);
         if (code != UTI_PS_OK)
             break;
@@ -75,7 +73,7 @@ uint32_t listProducts(uint64_t *ids, uint64_t capacity, uint64_t *count, char **
     *count = 0;
     const char *location = GetZelkLogCfgLoc();
     UtiPropertyStore store{};
-    uint32_t code = utiOpenPropertyStore(location, kTop, &store, 0);
+    uint32_t code = utiOpenPropertyStore(location, ZELKLOG_CFG_TOP, &store, 0);
     return listSections(store, code, ids, capacity, count, leadingNumber, [&](const char *name) {
         if (names != nullptr)
             readProductNames(location, name, &names[*count - 1]);
@@ -117,12 +115,12 @@ ZELKLOG_API uint32_t zelkLogGetAllOriginators(uint64_t productId, uint64_t *ids,
         return ZELKLOG_RC_STORE_UNAVAILABLE;
     }
     UtiPropertyStore store{};
-    code = utiOpenPropertyStore(path, kTop, &store, 0);
+    code = utiOpenPropertyStore(path, ZELKLOG_CFG_TOP, &store, 0);
     zelkLogFree(path);
     auto originatorId = [&](const char *name) -> uint64_t {
         uint64_t id = leadingNumber(name);
-        if (id == 0 && std::strcmp(name, kDefaultSection) == 0)
-            id = kDefaultOriginator;
+        if (id == 0 && std::strcmp(name, ZELKLOG_CFG_DEFAULT_SECTION) == 0)
+            id = ZELKLOG_DEFAULT_ORIGINATOR;
         return listed(ids, *count, id) ? 0 : id;  // "Default" and "112" give one entry
     };
     return listSections(store, code, ids, capacity, count, originatorId, [](const char *) {});

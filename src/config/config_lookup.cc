@@ -1,6 +1,6 @@
 // zelkLogGetIdFromName: a numeric name is its own id; any other name is looked up in
 // the configuration records of all products.
-#include "src/config/config_store_names.h"
+#include "src/core/zelkLogConfigLayout.h"
 #include "src/core/zelkLogCore.h"
 
 #include <cstdlib>

@@ -2,7 +2,7 @@
 // section.  The originator and logset removals hold the common lock from before the
 // path lookup until the store is closed and the path released; every return after the
 // lock was taken passes through its release.
-#include "src/config/config_store_names.h"
+#include "src/core/zelkLogConfigLayout.h"
 #include "src/core/zelkLogCore.h"
 
 #include <cinttypes>
@@ -11,16 +11,14 @@
 
 namespace {
 
-using namespace zelk::config;
-
 // Opens the store at location (none when null or empty) and removes one section from it.
-// The outcome is a store code; 2 when the store could not be opened.
+// The outcome is a store code; UTI_PS_OPEN_FAILED when the store could not be opened.
 uint32_t removeSection(const char *location, const char *section)
 {
-    uint32_t outcome = 2;
+    uint32_t outcome = UTI_PS_OPEN_FAILED;
     UtiPropertyStore store{};
     if (location != nullptr && *location != '\0' &&
-        utiOpenPropertyStore(location, kTop, &store, 0) == UTI_PS_OK)
+        utiOpenPropertyStore(location, ZELKLOG_CFG_TOP, &store, 0) == UTI_PS_OK)
         outcome = utiRemovePropertyRoot(&store, section);
     utiClosePropertyStore(&store);
     return outcome;
@@ -29,8 +27,8 @@ uint32_t removeSection(const char *location, const char *section)
 uint32_t removeOriginator(uint64_t productId, uint64_t originatorId)
 {
     char section[24];
-    if (originatorId == kDefaultOriginator)
-        std::snprintf(section, sizeof section, "%s", kDefaultSection);
+    if (originatorId == ZELKLOG_DEFAULT_ORIGINATOR)
+        std::snprintf(section, sizeof section, "%s", ZELKLOG_CFG_DEFAULT_SECTION);
     else
         std::snprintf(section, sizeof section, "%" PRIu64, originatorId);
     char *path = nullptr;
@@ -51,7 +49,7 @@ uint32_t removeLogSet(uint64_t productId, const char *logset)
     } else if (path != nullptr && std::strstr(path, ".conf") != nullptr) {
         // Flat form: "LOGSET.<name>" in the product's store itself.
         char section[8 + 400 + 1];
-        int length = std::snprintf(section, sizeof section, "%s%s", kLogSetPrefix, logset);
+        int length = std::snprintf(section, sizeof section, "%s%s", ZELKLOG_CFG_LOGSET_PREFIX, logset);
         result = length < 0 || static_cast<size_t>(length) >= sizeof section
                      ? ZELKLOG_RC_BAD_ARGUMENT
                      : utipsres2zelklogres(removeSection(path, section));
@@ -59,13 +57,13 @@ uint32_t removeLogSet(uint64_t productId, const char *logset)
         // Nested form: section "<name>" in the store at "<path>\LOGSET".  An empty path
         // counts as none: "\LOGSET" alone would name a store in the working directory.
         size_t length = std::strlen(path);
-        size_t suffix = std::strlen(kLogSetStoreSuffix);
+        size_t suffix = std::strlen(ZELKLOG_CFG_LOGSET_STORE_SUFFIX);
         auto *location = static_cast<char *>(zelkLogMalloc(length + suffix + 2));
         if (location == nullptr) {
             result = ZELKLOG_RC_NO_MEMORY;
         } else {
             std::memcpy(location, path, length);
-            std::memcpy(location + length, kLogSetStoreSuffix, suffix + 1);
+            std::memcpy(location + length, ZELKLOG_CFG_LOGSET_STORE_SUFFIX, suffix + 1);
             result = utipsres2zelklogres(removeSection(location, logset));
             zelkLogFree(location);
         }
@@ -94,7 +92,7 @@ ZELKLOG_API uint32_t zelkLogRemoveProductAllCfg(uint64_t productId)
     }
     uint32_t outcome = UTI_PS_NO_STORE;
     UtiPropertyStore store{};
-    if (utiOpenPropertyStore(global, section, &store, 1) == UTI_PS_OK) {
+    if (utiOpenPropertyStore(global, section, &store, UTI_PS_OPEN_PRODUCT_REMOVAL) == UTI_PS_OK) {
         if (zelkLogRemoveProductCfg(productId) == 0)
             outcome = utiRemovePropertyRoot(&store, path != nullptr ? path : "");
         utiClosePropertyStore(&store);

@@ -1,7 +1,8 @@
 #include "tests/support/config_fixture.h"
 
-#include "zelkLogConfigLayout.h"
+#include "src/core/zelkLogConfigLayout.h"
 #include "src/core/zelkLogCore.h"
+#include "zelkLogPropertyStore.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // Where the logging configuration lives: the global store and each product's own store.
 #include "platform/src/store/store_file.h"
-#include "zelkLogConfigLayout.h"
+#include "src/core/zelkLogConfigLayout.h"
 #include "src/core/zelkLogCore.h"
 #include "zelkLogPropertyStore.h"
 

@@ -8,7 +8,7 @@
 // still delivered.
 #include "platform/src/store/product_config.h"
 #include "platform/src/store/store_file.h"
-#include "zelkLogConfigLayout.h"
+#include "src/core/zelkLogConfigLayout.h"
 #include "zelkLogPropertyStore.h"
 
 #include <memory>

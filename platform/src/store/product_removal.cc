@@ -2,7 +2,7 @@
 // store go.  The product's section of the global store stays; removing it is the
 // property store's step that follows (utiRemovePropertyRoot on a product handle).
 #include "platform/src/store/store_file.h"
-#include "zelkLogConfigLayout.h"
+#include "src/core/zelkLogConfigLayout.h"
 #include "src/core/zelkLogCore.h"
 #include "zelkLogPropertyStore.h"
 

@@ -4,7 +4,7 @@
 // file under the writers' lock, applies itself and refreshes the snapshot, so no
 // update made meanwhile by another handle, thread or process is lost.
 #include "platform/src/store/store_file.h"
-#include "zelkLogConfigLayout.h"
+#include "src/core/zelkLogConfigLayout.h"
 #include "src/core/zelkLogCore.h"
 #include "zelkLogPropertyStore.h"
 
@@ -215,7 +215,7 @@ ZELKLOG_API uint32_t utipsres2zelklogres(uint32_t storeCode)
     case UTI_PS_IO_ERROR:
         return ZELKLOG_RC_FAILURE;
     case UTI_PS_OPEN_FAILED:
-        return 2u;  // the library's "store could not be opened"
+        return ZELKLOG_RC_STORE_NOT_OPENED;
     case UTI_PS_BAD_ARGUMENT:
         return ZELKLOG_RC_BAD_ARGUMENT;
     case UTI_PS_NO_MEMORY:

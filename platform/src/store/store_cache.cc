@@ -4,6 +4,7 @@
 // the very same bytes is handed out again.  Comparing the whole text (not a time stamp
 // or an inode) keeps the cache exact however fast writers replace a file.
 #include "platform/src/store/store_file.h"
+#include "src/core/zelkLogCore.h"
 #include "zelkLogPropertyStore.h"
 
 #include <algorithm>

@@ -16,6 +16,7 @@
 // empty sections are kept; everything else (comments, "name = value" splitting, blank
 // stripping, syntax errors) is inih's.
 #include "platform/src/store/store_data.h"
+#include "src/core/zelkLogCore.h"
 #include "zelkLogPropertyStore.h"
 
 #include "platform/src/common/inih_options.h"
