@@ -6,6 +6,7 @@
 #include "src/core/zelkLogCore.h"
 #include "src/api/log_path.h"
 
+#include <cassert>
 #include <cstdio>
 
 namespace {
@@ -119,6 +120,20 @@ LogFileEntry *fillSlot(LogQuery *query, LogFileEntry *previous, LogFileEntry *en
     }
 }
 
+#ifndef NDEBUG
+// After a merged pass the winner is the only open file, apart from files whose position
+// could not be told (closeKeepingPosition leaves those open).
+bool onlyWinnerOpen(LogFileEntry *head, const LogFileEntry *winner)
+{
+    for (LogFileEntry *entry = head; entry != nullptr; entry = entry->next) {
+        if (entry != winner && zelkLogOs_isvalidfilehandle(&entry->file) &&
+            zelkLogOs_getFileOffset(&entry->file) >= 0)
+            return false;
+    }
+    return true;
+}
+#endif
+
 // Walks the entries after `*best`, filling empty slots, and leaves in `*best` the entry
 // whose record is the earliest (the nearer to the head on equal times).  Returns the code
 // of the last read the pass made, 0 when it made none.
@@ -164,6 +179,7 @@ ZELKLOG_API uint32_t zelkLogFetchNextSortedEntry(LogQuery *query, ZelkLogMsg **o
     if (rc == ZELKLOG_RC_OK && first != nullptr) {
         LogFileEntry *best = first;
         rc = mergePick(query, &best, first->pending.timeMs);
+        assert(onlyWinnerOpen(first, best));
         query->currentFile = first;
         *out = &best->pending;
         zelk::read::copyText(best->pending.fileHeaderText, sizeof best->pending.fileHeaderText,
