@@ -5,6 +5,7 @@
 
 #include "zelkLogRead.h"
 
+#include <cassert>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
@@ -25,8 +26,17 @@ public:
     }
 
     bool empty() const { return size_ == 0; }
-    QueryNode *top() const { return entries_[size_ - 1]; }
-    QueryNode *pop() { return entries_[--size_]; }
+    // The walks look at and pop only a stack that holds something.
+    QueryNode *top() const
+    {
+        assert(size_ > 0);
+        return entries_[size_ - 1];
+    }
+    QueryNode *pop()
+    {
+        assert(size_ > 0);
+        return entries_[--size_];
+    }
 
     // False (and nothing pushed) when the stack is full and cannot grow.
     bool push(QueryNode *node)
