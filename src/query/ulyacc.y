@@ -196,10 +196,10 @@ extern "C" ZELKLOG_API int yyparse(QueryParseContext *context)
 {
     if (context == nullptr)
         return static_cast<int>(ZELKLOG_RC_BAD_ARGUMENT);
-    int result = zelkQueryParseRun(context);
-    if (result == 1 && context->abortCode != 0)
-        result = static_cast<int>(context->abortCode);
+    int rc = zelkQueryParseRun(context);
+    if (rc == 1 && context->abortCode != ZELKLOG_RC_OK)
+        rc = static_cast<int>(context->abortCode);
     zelkLogFree(context->pendingText);
     context->pendingText = nullptr;
-    return result;
+    return rc;
 }
