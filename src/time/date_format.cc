@@ -136,18 +136,18 @@ ZELKLOG_API uint32_t zelkLogGetDateFromFormat(int32_t timeStyle, int32_t dateSty
     const UDate parsed =
         udat_parse(static_cast<UDateFormat *>(formatter), buffer, length, &position, &status);
 
-    uint32_t result = status == U_ZERO_ERROR ? ZELKLOG_RC_OK : ZELKLOG_RC_FAILURE;
+    uint32_t rc = status == U_ZERO_ERROR ? ZELKLOG_RC_OK : ZELKLOG_RC_FAILURE;
     const double seconds = std::trunc(parsed / kMsPerSecond);
     // Guard the conversion: an out-of-range double does not fit a 64-bit time.
     constexpr double kLimit = 9.2e18;
     if (std::isfinite(seconds) && seconds > -kLimit && seconds < kLimit)
         *time = static_cast<int64_t>(seconds) + getLocalTZOffsetFromGMT();
     else
-        result = ZELKLOG_RC_FAILURE;
+        rc = ZELKLOG_RC_FAILURE;
 
     zelkLogFree(buffer);
     ReleaseDateTimeFormat(formatter, unused);
-    return result;
+    return rc;
 }
 
 }  // extern "C"
