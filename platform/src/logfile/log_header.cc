@@ -116,10 +116,10 @@ ZELKLOG_API uint32_t ReadHeader(LogFileEntry *entry, ZelkLogFileHeader *header)
         std::memset(header, 0, sizeof *header);
     if (entry == nullptr || header == nullptr || entry->file.fd < 0)
         return ZELKLOG_RC_BAD_ARGUMENT;
-    uint32_t code = zelk::core::logfile::readHeaderFromFd(entry->file.fd, header);
-    if (code != ZELKLOG_RC_OK && code != ZELKLOG_RC_HEADER_NOTICE)
+    uint32_t rc = zelk::core::logfile::readHeaderFromFd(entry->file.fd, header);
+    if (rc != ZELKLOG_RC_OK && rc != ZELKLOG_RC_HEADER_NOTICE)
         std::memset(header, 0, sizeof *header);
-    return code;
+    return rc;
 }
 
 }  // extern "C"

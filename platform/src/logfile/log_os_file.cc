@@ -37,13 +37,13 @@ ZELKLOG_API int zelkLogOs_close(LogOsFile *file)
 {
     if (file == nullptr)
         return 0;
-    int result = 0;
+    int rc = 0;
     if (file->fd >= 0 && ::close(file->fd) != 0 && errno != EINTR)
-        result = -1;
+        rc = -1;
     file->fd = -1;
     file->readerState = 0;
     zelk::core::logfile::storeState(file, zelk::core::logfile::freshState());
-    return result;
+    return rc;
 }
 
 }  // extern "C"
