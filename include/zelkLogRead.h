@@ -21,8 +21,8 @@
  *
  * This header compiles as C99 and as C++.
  */
-#ifndef ZELKLOGREAD_H
-#define ZELKLOGREAD_H
+#ifndef ZELKLOGREAD_H_
+#define ZELKLOGREAD_H_
 
 #include <stddef.h>
 #include <stdint.h>
@@ -636,4 +636,4 @@ ZELKLOG_API wchar_t *zelkLogSafeWcsdup(const wchar_t *text);
 /* The exported internal steps, the scanner and the parser. */
 #include "zelkLogRead/internal.h"
 
-#endif /* ZELKLOGREAD_H */
+#endif /* ZELKLOGREAD_H_ */

@@ -7,8 +7,8 @@
  *
  * Documentation shape, result codes and ownership rules: as in zelkLogRead.h.
  */
-#ifndef ZELKLOGREAD_INTERNAL_H
-#define ZELKLOGREAD_INTERNAL_H
+#ifndef ZELKLOGREAD_INTERNAL_H_
+#define ZELKLOGREAD_INTERNAL_H_
 
 #include "zelkLogRead.h"
 
@@ -218,4 +218,4 @@ ZELKLOG_API extern FILE *yyin;
 ZELKLOG_API extern FILE *yyout;
 ZELKLOG_API extern int yydebug; /* non-zero: the parser traces its steps on stderr */
 
-#endif /* ZELKLOGREAD_INTERNAL_H */
+#endif /* ZELKLOGREAD_INTERNAL_H_ */

@@ -3,8 +3,8 @@
 // otherwise the C library conversion applies (leading space and sign accepted, trailing
 // text ignored) and a result of 0 is a failure.  Each field is [begin, end) where the
 // character at `end` is never a digit (a separator or the text's terminator).
-#ifndef ZELKLOG_MESSAGE_NUMBER_RULES_H
-#define ZELKLOG_MESSAGE_NUMBER_RULES_H
+#ifndef SRC_MESSAGE_NUMBER_RULES_H_
+#define SRC_MESSAGE_NUMBER_RULES_H_
 
 #include <cstddef>
 #include <cstdint>
@@ -24,4 +24,4 @@ double readFloating(const char *token);
 
 }  // namespace zelk::message
 
-#endif
+#endif  // SRC_MESSAGE_NUMBER_RULES_H_

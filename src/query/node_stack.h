@@ -1,7 +1,7 @@
 // The stack of node references used by the tree walks: 200 entries in place, and a heap
 // area that takes over (and doubles) when a tree is deeper than that.
-#ifndef ZELK_QUERY_NODE_STACK_H
-#define ZELK_QUERY_NODE_STACK_H
+#ifndef SRC_QUERY_NODE_STACK_H_
+#define SRC_QUERY_NODE_STACK_H_
 
 #include "zelkLogRead.h"
 
@@ -70,4 +70,4 @@ private:
 
 }  // namespace zelk::query
 
-#endif  // ZELK_QUERY_NODE_STACK_H
+#endif  // SRC_QUERY_NODE_STACK_H_
