@@ -3,8 +3,9 @@
  * the read side of the zelkLog structured logging facility.
  *
  * Conventions
- *  - Every function returns a result code (ZELKLOG_RC_*, 0 is success) unless its
- *    comment says otherwise; results travel through pointer arguments.
+ *  - Every function is documented in one shape: a summary, its parameters, its result
+ *    codes by name (ZELKLOG_RC_*, ZELKLOG_RC_OK is success) or what it returns, and who
+ *    releases what.  Results travel through pointer arguments.
  *  - Everything the library hands out was allocated by the logging core's allocator
  *    and is released with zelkLogFree, zelkLogFreeMsg or ReleaseDateTimeFormat, as
  *    each function says.  zelkLogMalloc, zelkLogFree, zelkLogSafeStrdup and
@@ -12,11 +13,16 @@
  *    which libzelkLogReadST depends on; they are declared here because callers need them.
  *  - Records that cross this interface have fixed field orders; a compile-time layout
  *    test guards them.
+ *  - The steps the library is built of, and the scanner and parser, are exported too;
+ *    they are declared in zelkLogRead/internal.h, which this header includes.
+ *  - The unprefixed names of the query language's tokens (AND, OR, EQUAL, ...) are
+ *    defined only when the caller defines ZELKLOG_TOKEN_NAMES before including this
+ *    header; the field codes (ZELKLOGREC_*) are always defined.
  *
  * This header compiles as C99 and as C++.
  */
-#ifndef ZELKLOGREAD_H
-#define ZELKLOGREAD_H
+#ifndef ZELKLOGREAD_H_
+#define ZELKLOGREAD_H_
 
 #include <stddef.h>
 #include <stdint.h>
@@ -46,6 +52,7 @@ extern "C" {
 #define ZELKLOG_RC_OK 0u
 #define ZELKLOG_RC_FAILURE 1u              /* syntax error, unopenable file, malformed message, ICU failure */
 #define ZELKLOG_RC_STACK_EXHAUSTED 2u      /* parser stack exhausted (more than 10000 entries) */
+#define ZELKLOG_RC_STORE_NOT_OPENED 2u     /* configuration removals: the store could not be opened */
 #define ZELKLOG_RC_BAD_ARGUMENT 3u         /* missing or invalid argument */
 #define ZELKLOG_RC_NO_MEMORY 4u            /* out of memory */
 #define ZELKLOG_RC_STORE_UNAVAILABLE 6u    /* configuration store unavailable */
@@ -106,18 +113,10 @@ extern "C" {
 #define ZELKLOG_ARG_STRING 11u  /* tag "S": owned narrow string             */
 
 /* ------------------------------------------------------------------------- */
-/* Query language token codes (also the kinds of query tree nodes) and the   */
-/* field codes 263..279.  The generated parser defines the same names with   */
-/* the same values itself and sets ZELKLOG_PARSER_TOKENS to skip these.      */
+/* Query language: field codes and (opt-in) token names                      */
 /* ------------------------------------------------------------------------- */
-#ifndef ZELKLOG_PARSER_TOKENS
-enum ZelkLogTokenCode {
-    STRINGCONST = 257,
-    INTCONST = 258,
-    KEYWORDS = 259,
-    SEVTYPES = 260,
-    MSGTYPES = 261,
-    ERROR_FOUND = 262,
+/* The record field that a KEYWORDS leaf of a query tree tests (its `value`). */
+enum ZelkLogFieldCode {
     ZELKLOGREC_PRODID = 263,
     ZELKLOGREC_ORGID = 264,
     ZELKLOGREC_SHORGID = 265,
@@ -134,7 +133,20 @@ enum ZelkLogTokenCode {
     ZELKLOGREC_PREVTIME = 276,
     ZELKLOGREC_WHO = 277,
     ZELKLOGREC_HOSTNAME = 278,
-    ZELKLOGREC_LOGSETID = 279,
+    ZELKLOGREC_LOGSETID = 279
+};
+
+/* Token codes of the query language, which are also the kinds of query tree nodes
+ * (leaves 257..261, operators 281..288).  Their names are short and unprefixed, so a
+ * caller asks for them by defining ZELKLOG_TOKEN_NAMES before including this header. */
+#ifdef ZELKLOG_TOKEN_NAMES
+enum ZelkLogTokenCode {
+    STRINGCONST = 257,
+    INTCONST = 258,
+    KEYWORDS = 259,
+    SEVTYPES = 260,
+    MSGTYPES = 261,
+    ERROR_FOUND = 262,
     BETWEEN = 280,
     AND = 281,
     OR = 282,
@@ -240,17 +252,6 @@ typedef struct QueryNode {
     struct QueryNode *right;
 } QueryNode;
 
-/* The record handed to yyparse: the tree built by the start rule and the owned copy
- * of the locale used for date texts.  The remaining fields are the parser's own
- * bookkeeping and are cleared by the parse driver. */
-typedef struct QueryParseContext {
-    QueryNode *resultTree;
-    char *locale;
-    uint32_t abortCode;     /* code with which a rule's action ended the parse */
-    uint32_t operatorCount; /* operator nodes built so far */
-    char *pendingText;      /* captured text of a BETWEEN lower bound */
-} QueryParseContext;
-
 /* ------------------------------------------------------------------------- */
 /* Logging-core records that the library shares with its callers             */
 /* ------------------------------------------------------------------------- */
@@ -337,12 +338,24 @@ typedef struct LogQuery {
 /* ------------------------------------------------------------------------- */
 /* Storage and records: provided by the logging core library                */
 /* ------------------------------------------------------------------------- */
-/* Storage of the logging core: everything this library hands out comes from here. */
-ZELKLOG_API void *zelkLogMalloc(size_t size);          /* null when exhausted */
-ZELKLOG_API void zelkLogFree(void *storage);           /* null is ignored */
-ZELKLOG_API char *zelkLogSafeStrdup(const char *text); /* owned copy; null for null or no memory */
-/* Releases everything the record owns (nested lists recursively, a partly filled
- * record included) and leaves it cleared with timeMs 0.  A null record is ignored. */
+/* Allocates storage from the logging core's allocator.
+ *   size  bytes wanted.
+ * Returns: the storage, or null when exhausted.
+ * Ownership: the caller's, released with zelkLogFree. */
+ZELKLOG_API void *zelkLogMalloc(size_t size);
+/* Releases storage of zelkLogMalloc and everything this library hands out as plain
+ * storage.
+ *   storage  the storage; null is ignored. */
+ZELKLOG_API void zelkLogFree(void *storage);
+/* Copies a text.
+ *   text  zero-terminated text, or null.
+ * Returns: the copy; null for a null text or without memory.
+ * Ownership: the copy is the caller's, released with zelkLogFree. */
+ZELKLOG_API char *zelkLogSafeStrdup(const char *text);
+/* Releases everything a message record owns (nested lists recursively, a partly filled
+ * record included) and leaves it cleared with timeMs 0.
+ *   record  the record; null is ignored.
+ * Ownership: the record's storage itself stays the caller's. */
 ZELKLOG_API void zelkLogFreeMsg(ZelkLogMsg *record);
 
 /* ------------------------------------------------------------------------- */
@@ -352,258 +365,275 @@ ZELKLOG_API void zelkLogFreeMsg(ZelkLogMsg *record);
  *   queryText       filter in the query language; non-null, non-empty.
  *   locale          ICU locale id used to read date texts of the filter, or null.
  *   logDirectory    replaces every product's log directory for this query, or null;
- *                   a "/" is added when missing; empty, or too long for 1024 bytes with
- *                   that "/" and the terminator: 3.
+ *                   a "/" is added when missing.
  *   formatResource  replaces every product's format resource and is kept by the query
  *                   for formatting (the directory of message catalogues), or null.
  *   tzOffset        signed seconds handed to the logging core's updateQueryForTZ, which
  *                   shifts the STDATE/ENDATE constants; ZELKLOG_NO_TZ_ADJUST for none.
  *   query           caller's storage, cleared and filled.
- * Returns 0; 3 (null query, null or empty text, unusable logDirectory: record untouched);
- * the configuration reader's code when no product could be read; a parse code (1, 2, 4,
- * 11..19, 20, 43, 44, 49); 26 for a product, originator or file name the configuration
- * lacks; the file-list builder's code.  After any code but 3 the record may hold part of
- * a query: release it with zelkLogDestroyQuery, which is safe on every such record.
- * zelkLogCreateQuery and zelkLogCreateQueryEx never adjust for a time zone. */
-ZELKLOG_API uint32_t zelkLogCreateQuery(const char *queryText, const char *locale, LogQuery *query);
-ZELKLOG_API uint32_t zelkLogCreateQueryEx(const char *queryText, const char *locale, const char *logDirectory,
-                                          const char *formatResource, LogQuery *query);
+ * Codes: ZELKLOG_RC_OK; ZELKLOG_RC_BAD_ARGUMENT for a null query, a null or empty text,
+ * or a logDirectory that is empty or too long for 1024 bytes with the "/" and the
+ * terminator (record untouched); the configuration reader's code when no product could
+ * be read; a parse code as parseQueryString; ZELKLOG_RC_UNKNOWN_NAME for a product,
+ * originator or file name the configuration lacks; the file-list builder's code.
+ * Ownership: the record is the caller's; what it points to is released with
+ * zelkLogDestroyQuery, also after any code but ZELKLOG_RC_BAD_ARGUMENT (the record may
+ * then hold part of a query). */
 ZELKLOG_API uint32_t zelkLogCreateQueryEx2(const char *queryText, const char *locale,
                                            const char *logDirectory, const char *formatResource,
                                            int64_t tzOffset, LogQuery *query);
-/* Clears the query record, parses the filter and resolves names against the given
- * configuration records.  3 for a null query, text or array, or an empty text; else the
- * parse code (the tree is released) or the name-resolution code (the tree stays in
- * query->root). */
-ZELKLOG_API uint32_t CreateTreeFromQuery(ZelkLogProductCfg **configArray, uint64_t configCount,
-                                         const char *queryText, const char *locale, LogQuery *query);
-/* Releases everything the query owns (localisers, tree, format resource, context titles,
- * file list with any record read ahead; no descriptor stays open) but never the record
- * itself.  The pointers are cleared, so a second call finds nothing.  3 for null, else 0. */
+/* As zelkLogCreateQueryEx2 with tzOffset ZELKLOG_NO_TZ_ADJUST.
+ * Codes and ownership: as zelkLogCreateQueryEx2. */
+ZELKLOG_API uint32_t zelkLogCreateQueryEx(const char *queryText, const char *locale, const char *logDirectory,
+                                          const char *formatResource, LogQuery *query);
+/* As zelkLogCreateQueryEx2 with no log directory, no format resource and tzOffset
+ * ZELKLOG_NO_TZ_ADJUST.
+ * Codes and ownership: as zelkLogCreateQueryEx2. */
+ZELKLOG_API uint32_t zelkLogCreateQuery(const char *queryText, const char *locale, LogQuery *query);
+/* Releases everything a query owns: localisers, tree, format resource, context titles,
+ * and the file list with any record read ahead (no descriptor stays open).  The
+ * pointers are cleared, so a second call finds nothing.
+ *   query  the query.
+ * Codes: ZELKLOG_RC_OK; ZELKLOG_RC_BAD_ARGUMENT for a null query.
+ * Ownership: the record itself stays the caller's and is never released. */
 ZELKLOG_API uint32_t zelkLogDestroyQuery(LogQuery *query);
-/* Frees every entry of the 200 context-title buckets and sets every bucket to null. */
-ZELKLOG_API void removeContextHashTable(ContextTitleEntry **table);
-
-/* 1 when file is non-null and its descriptor is not -1 (0 counts as open), else 0. */
-ZELKLOG_API int zelkLogOs_isvalidfilehandle(const LogOsFile *file);
-/* Moves the handle to the absolute position offset, dropping any read-ahead:
- * 0, -1 when the system refuses, -3 for a null file. */
-ZELKLOG_API int zelkLogOs_seek(LogOsFile *file, int64_t offset);
-/* The handle's position (the descriptor's position minus the read-ahead count);
- * -1 when the system refuses, -3 for a null file. */
-ZELKLOG_API int64_t zelkLogOs_getFileOffset(LogOsFile *file);
 
 /* ------------------------------------------------------------------------- */
 /* Fetching                                                                  */
 /* ------------------------------------------------------------------------- */
-/* Plain fetch: the next matching record of the query's files, in list order, into the
- * caller's record (cleared first).  0: a record, owned by the caller until released with
- * zelkLogFreeMsg (before the next fetch into the same record); 9: no more records;
- * 23: a record that cannot be decoded was skipped (the record may hold what the decoder
- * stored: release it the same way), the next call reads on; 3: null query, query without
- * a tree, or null record.  Files that cannot be opened are skipped. */
+/* Plain fetch: the next matching record of the query's files, in list order.  Files
+ * that cannot be opened are skipped.
+ *   query   a created query.
+ *   record  caller's record, cleared first and filled.
+ * Codes: ZELKLOG_RC_OK (a record); ZELKLOG_RC_NO_MORE_RECORDS; ZELKLOG_RC_CORRUPT_RECORD
+ * (a record that cannot be decoded was skipped; the next call reads on);
+ * ZELKLOG_RC_BAD_ARGUMENT for a null query, a query without a tree or a null record.
+ * Ownership: after ZELKLOG_RC_OK or ZELKLOG_RC_CORRUPT_RECORD the record may own storage;
+ * release it with zelkLogFreeMsg before the next fetch into the same record. */
 ZELKLOG_API uint32_t zelkLogFetchNextEntry(LogQuery *query, ZelkLogMsg *record);
-/* Merged fetch: the earliest record (smallest timeMs; on equal times the file nearer the
- * head of the list) among all files, each holding one matching record read ahead.
- * *out points into the query (the file entry's slot) and its fileHeaderText is set.
- * Release it with zelkLogFreeMsg before the next call, or the same record is handed out
- * again.  Codes: 0 (a record); 24 (a file ended during the pass: when *out was set it is
- * still the earliest record, handed out again by the next call; when the list head itself
- * ended, *out is not set); 23 (an undecodable record at the head, skipped; *out not set);
- * ZELKLOG_RC_FILE_UNOPENABLE (-8: a later file cannot be opened; "<path> does not exists"
- * is written to standard error on every such pass, *out is set); 1 (the head file cannot
- * be opened after a dropped file); 9 (no more records); 3 (null argument or no tree).
- * After every pass at most one of the query's files is open. */
+/* Merged fetch: the earliest record (smallest timeMs; on equal times the file nearer
+ * the head of the list) among all files, each holding one matching record read ahead.
+ * After every pass at most one of the query's files is open.
+ *   query  a created query.
+ *   out    receives a pointer to the record, which lies in the file entry's slot and
+ *          has its fileHeaderText set.
+ * Codes: ZELKLOG_RC_OK (a record); ZELKLOG_RC_END_OF_FILE (a file ended during the pass:
+ * when *out was set it is still the earliest record, handed out again by the next call;
+ * when the list head itself ended, *out is not set); ZELKLOG_RC_CORRUPT_RECORD (an
+ * undecodable record at the head, skipped; *out not set); ZELKLOG_RC_FILE_UNOPENABLE (a
+ * later file cannot be opened; "<path> does not exists" is written to standard error on
+ * every such pass; *out is set); ZELKLOG_RC_FAILURE (the head file cannot be opened after
+ * a dropped file); ZELKLOG_RC_NO_MORE_RECORDS; ZELKLOG_RC_BAD_ARGUMENT for a null argument
+ * or a query without a tree.
+ * Ownership: the record stays in the query; release it with zelkLogFreeMsg before the
+ * next call, or the same record is handed out again. */
 ZELKLOG_API uint32_t zelkLogFetchNextSortedEntry(LogQuery *query, ZelkLogMsg **out);
-/* Formatted fetch: the next record of the merged fetch formatted by the logging core.
+/* Formatted fetch: the next record of the merged fetch, formatted by the logging core.
+ *   query      a created query.
  *   formatArg  longest text wanted in bytes (0: no limit).
  *   locale     when given, becomes ICU's process-wide default locale (and stays so).
  *   flags      low 32 bits: the formatting flags of docs/formatting.md; 0 means 0xF03.
- *   text       receives the UTF-8 text, released with zelkLogFree.
- * 0 with the text (the record is released); 9 or 23 with null in *text; 3 for a null
- * text pointer (nothing fetched); other codes of the merged fetch or of the formatter are
- * returned with nothing stored, and a record that could not be formatted is offered again
- * by the next call. */
+ *   text       receives the UTF-8 text.
+ * Codes: ZELKLOG_RC_OK with the text (the record is released); ZELKLOG_RC_NO_MORE_RECORDS
+ * or ZELKLOG_RC_CORRUPT_RECORD with null in *text; ZELKLOG_RC_BAD_ARGUMENT for a null text
+ * pointer (nothing fetched); other codes of the merged fetch or of the formatter with
+ * nothing stored, and a record that could not be formatted is offered again by the next
+ * call.
+ * Ownership: the text is the caller's, released with zelkLogFree. */
 ZELKLOG_API uint32_t zelkLogFetchNextFormattedMessage(LogQuery *query, uintptr_t formatArg,
                                                       const char *locale, uint64_t flags, char **text);
 /* Writes to standard output every record of the query's files that does not decode
- * (directory, file name, record number counting the header as 1, decoder code, raw text),
- * then the count.  The filter plays no part and the file list is not consumed.  0; 3 for
- * a null query; 4 when its scratch storage cannot be allocated. */
+ * (directory, file name, record number counting the header as 1, decoder code, raw
+ * text), then the count.  The filter plays no part and the file list is not consumed.
+ *   query  a created query.
+ * Codes: ZELKLOG_RC_OK; ZELKLOG_RC_BAD_ARGUMENT for a null query; ZELKLOG_RC_NO_MEMORY
+ * when its scratch storage cannot be allocated.
+ * Ownership: nothing is handed out. */
 ZELKLOG_API uint32_t zelkLogShowCorruptLogRecords(LogQuery *query);
-/* The steps the fetches are built of.  ReadOneRecord reads, decodes and tests one record
- * of the current file (0 match, 25 no match, 23 undecodable, 24 file ended and dropped,
- * or the opening code); ReadNextLogFile opens the current file (0, 1 unopenable,
- * 9 no file, or the header reader's code when the header is read); closelogfile closes
- * and frees the current entry and makes its successor current (0, 3, 9); readlog is 1
- * when one raw record was read. */
-ZELKLOG_API uint32_t ReadOneRecord(LogQuery *query, ZelkLogMsg *record);
-ZELKLOG_API uint32_t ReadNextLogFile(LogQuery *query);
-ZELKLOG_API uint32_t closelogfile(LogQuery *query);
-ZELKLOG_API int readlog(LogOsFile *file, textMessage *message);
 
 /* ------------------------------------------------------------------------- */
 /* Message decoding                                                          */
 /* ------------------------------------------------------------------------- */
-/* Fills a cleared record (format already set by the caller) from the serialized text in
- * message->text, writing NUL characters into that text.  0: the record is filled and the
- * text stays with the caller (free_text_msg).  Non-zero: the text has already been
- * released; the record keeps what was read and is released with zelkLogFreeMsg.  Codes:
- * 1 malformed text, unknown format, kind above 4, lists nested deeper than 32 levels;
- * 3 a "u" or "9" number that is empty or longer than 20 characters (also null arguments);
- * 4 no memory; 21 a string that is not valid UTF-8. */
+/* Fills a record from serialized message text, writing NUL characters into that text.
+ *   message  raw record; message->text points to the serialized text.
+ *   record   cleared record whose format the caller has set.
+ * Codes: ZELKLOG_RC_OK; ZELKLOG_RC_FAILURE for malformed text, an unknown format, a kind
+ * above 4 or lists nested deeper than 32 levels; ZELKLOG_RC_BAD_ARGUMENT for a "u" or
+ * "9" number that is empty or longer than 20 characters, and for null arguments;
+ * ZELKLOG_RC_NO_MEMORY; ZELKLOG_RC_INVALID_UTF8 for a string that is not valid UTF-8.
+ * Ownership: after ZELKLOG_RC_OK the text stays with the caller (free_text_msg); after
+ * any other code it has already been released.  Either way the record keeps what was
+ * read and is released with zelkLogFreeMsg. */
 ZELKLOG_API uint32_t zelkLogMsgUnserialize(textMessage *message, ZelkLogMsg *record);
-
-/* ------------------------------------------------------------------------- */
-/* Query language                                                            */
-/* ------------------------------------------------------------------------- */
-/* Parses a filter under the process-wide lock "parseQueryString()".  0 with the root in
- * *rootOut (release with removeTree); otherwise *rootOut is untouched and nothing is kept.
- * Codes: 1 syntax error; 2 parser stack exhausted; 3 null rootOut or text; 4 no memory;
- * 11, 12, 13 lexical errors; 14..18, 43, 44, 49 comparisons refused; 19 a single operand
- * without operator; 20 more than 199 operator nodes. */
-ZELKLOG_API uint32_t parseQueryString(const char *queryText, const char *locale, QueryNode **rootOut);
-/* Checks one comparison (operator 283..288, operands in written order) and turns a date
- * text compared with STDATE/ENDATE into seconds.  0 or 3, 14..18, 43, 44, 49. */
-ZELKLOG_API uint32_t validNodes(int32_t op, QueryNode *a, QueryNode *b);
-/* Rewrites PREVTIME = value into STDATE >= now - value && ENDATE <= now, reusing both
- * nodes; null when the value cannot be used. */
-ZELKLOG_API QueryNode *addPrevTime(QueryNode *keywordNode, QueryNode *valueNode);
-/* Replaces PRODID/ORGID/FILEID names by ids and numbers the operator nodes in post-order.
- * 0; 26 for an unknown name; 3 for a null root; 20 for a tree of more than 199 operators. */
-ZELKLOG_API uint32_t validateShortNames(ZelkLogProductCfg **configArray, uint64_t configCount,
-                                        QueryNode *root);
-/* A new zero-filled node (null when out of memory); see the parser for the arguments. */
-ZELKLOG_API QueryNode *addNewNode(int32_t kind, QueryNode *operandOrToken, QueryNode *second);
-ZELKLOG_API int isoperator(int32_t kind);     /* 1 for 281..288, else 0 */
-ZELKLOG_API void removeTree(QueryNode *root); /* releases a whole tree; null is ignored */
-
-#ifndef ZELKLOG_PARSER_TOKENS
-/* Scanner and parser entry points (global state: call only under the parse lock).
- * yyparse returns 0, 1 (syntax), 2 (stack) or the code a rule ended the parse with;
- * yyerror returns 11, 12, 13 for the lexical messages and 18 for any other and prints
- * nothing; yysetbuffer installs a private copy of the text (1, or 0 without memory). */
-struct yy_buffer_state;
-ZELKLOG_API int yyparse(QueryParseContext *context);
-ZELKLOG_API int yylex(QueryNode *valueRecord);
-ZELKLOG_API int yywrap(void);
-ZELKLOG_API uint32_t yyerror(const char *message);
-ZELKLOG_API int yysetbuffer(const char *text);
-ZELKLOG_API uint64_t myinput(char *buffer, uint64_t maxSize);
-ZELKLOG_API int yyiseob(void);
-ZELKLOG_API void yyunsetbuffer(void);
-ZELKLOG_API void yyrestart(FILE *input);
-ZELKLOG_API struct yy_buffer_state *yy_create_buffer(FILE *file, int size);
-ZELKLOG_API void yy_delete_buffer(struct yy_buffer_state *buffer);
-ZELKLOG_API void yy_switch_to_buffer(struct yy_buffer_state *buffer);
-ZELKLOG_API void yy_load_buffer_state(void);
-ZELKLOG_API void yy_init_buffer(struct yy_buffer_state *buffer, FILE *file);
-ZELKLOG_API void yy_flush_buffer(struct yy_buffer_state *buffer);
-ZELKLOG_API struct yy_buffer_state *yy_scan_buffer(char *base, size_t size);
-ZELKLOG_API struct yy_buffer_state *yy_scan_string(const char *text);
-ZELKLOG_API struct yy_buffer_state *yy_scan_bytes(const char *bytes, int length);
-ZELKLOG_API extern char *yytext;
-ZELKLOG_API extern int yyleng;
-ZELKLOG_API extern FILE *yyin;
-ZELKLOG_API extern FILE *yyout;
-ZELKLOG_API extern int yydebug; /* non-zero: the parser traces its steps on stderr */
-#endif
-ZELKLOG_API extern int errorCode; /* exported for compatibility; never written or read */
-
-/* ------------------------------------------------------------------------- */
-/* Evaluation and context titles                                             */
-/* ------------------------------------------------------------------------- */
-/* 1 when the record matches the query's tree, else 0.  A context record (kind 3) is
- * entered into the query's context titles whether it matches or not, and matches only a
- * filter that holds a CTXTOK test against "ALL" or "all". */
-ZELKLOG_API int IsTrueCondition(ZelkLogMsg *record, LogQuery *query);
-/* The truth (0 or 1) of one operator node whose operator children are worked out in
- * results[] (indexed by visitMark: 0 not yet, 1 false, 2 true). */
-ZELKLOG_API int getResult(ZelkLogMsg *record, QueryNode *node, int32_t *results, uint8_t *contextAllSeen);
-/* Text equality (EQUAL/NOTEQUAL; other operators and null texts give 0). */
-ZELKLOG_API int evalString(int32_t op, const char *text, const char *constantText);
-/* Substring test (EQUAL: constantText occurs in text; NOTEQUAL: it does not). */
-ZELKLOG_API int evalStringWithStrstr(int32_t op, const char *text, const char *constantText);
-/* Enters the context of a kind-3 record (token and first title) into the query. */
-ZELKLOG_API void UpdateContextTitleLink(LogQuery *query, ZelkLogMsg *record);
-/* Fletcher-16 checksum of length bytes (0..65278); the third argument is ignored. */
-ZELKLOG_API uint32_t HashTokenID(const void *data, int32_t length, uint32_t reserved);
 
 /* ------------------------------------------------------------------------- */
 /* Configuration catalogue (stores: see docs/configuration.md)               */
 /* ------------------------------------------------------------------------- */
-/* The id of a product (kind 263), originator (264) or file (265) name: a name that is a
- * whole number (decimal, 0x hexadecimal, 0 octal) is that number without any lookup;
- * an empty name gives 0; -1 for null, an unknown name or unreadable configuration. */
+/* The id of a product, originator or file name.  A name that is a whole number
+ * (decimal, 0x hexadecimal, 0 octal) is that number without any lookup.
+ *   name  the name.
+ *   kind  ZELKLOGREC_PRODID, ZELKLOGREC_ORGID or ZELKLOGREC_SHORGID (file).
+ * Returns: the id; 0 for an empty name; -1 for a null or unknown name or an unreadable
+ * configuration.
+ * Ownership: nothing is handed out. */
 ZELKLOG_API int64_t zelkLogGetIdFromName(const char *name, uint32_t kind);
-/* Lists the configured products / originators into the caller's ids (at most capacity
- * entries; more give 4 with the first capacity ones) and sets *count.  0; 3 for null
- * arrays or count; 6 when the product has no store; a mapped store code otherwise.
- * The Ex form also fills names[i] with the "Names" of ids[i] (null when it has none);
- * each string is the caller's, released with zelkLogFree. */
+/* Lists the configured products.
+ *   ids       caller's array of capacity entries.
+ *   capacity  entries ids can take.
+ *   count     receives the number of entries written.
+ * Codes: ZELKLOG_RC_OK; ZELKLOG_RC_NO_MEMORY when there are more products (the first
+ * capacity ones are written); ZELKLOG_RC_BAD_ARGUMENT for a null ids or count;
+ * ZELKLOG_RC_STORE_UNAVAILABLE when the store is missing; else the mapped store code.
+ * Ownership: nothing is handed out. */
 ZELKLOG_API uint32_t zelkLogGetAllProducts(uint64_t *ids, uint64_t capacity, uint64_t *count);
+/* As zelkLogGetAllProducts, also filling names[i] with the "Names" of ids[i] (null when
+ * it has none).
+ *   names  caller's array of capacity entries.
+ * Codes: as zelkLogGetAllProducts; ZELKLOG_RC_BAD_ARGUMENT also for a null names.
+ * Ownership: each name is the caller's, released with zelkLogFree. */
 ZELKLOG_API uint32_t zelkLogGetAllProductsEx(uint64_t *ids, uint64_t capacity, uint64_t *count, char **names);
+/* Lists the configured originators of a product.
+ *   productId  the product.
+ *   ids, capacity, count  as zelkLogGetAllProducts.
+ * Codes: as zelkLogGetAllProducts; ZELKLOG_RC_STORE_UNAVAILABLE when the product has no
+ * store.
+ * Ownership: nothing is handed out. */
 ZELKLOG_API uint32_t zelkLogGetAllOriginators(uint64_t productId, uint64_t *ids, uint64_t capacity,
                                               uint64_t *count);
-/* The JVM path setting of the global store.  Get hands out a string released with
- * zelkLogFree.  0; 3 for a null argument; 6 when the store cannot be opened; else a mapped
- * store code (26 when nothing is stored). */
+/* Reads the JVM path setting of the global store.
+ *   path  receives the setting.
+ * Codes: ZELKLOG_RC_OK; ZELKLOG_RC_BAD_ARGUMENT for a null path;
+ * ZELKLOG_RC_STORE_UNAVAILABLE when the store cannot be opened; else the mapped store
+ * code (ZELKLOG_RC_UNKNOWN_NAME when nothing is stored).
+ * Ownership: the text is the caller's, released with zelkLogFree. */
 ZELKLOG_API uint32_t zelkLogGetJVMPathSetting(char **path);
+/* Stores the JVM path setting of the global store (replacing any).
+ *   path  the setting.
+ * Codes: as zelkLogGetJVMPathSetting. */
 ZELKLOG_API uint32_t zelkLogAddJVMPathSetting(const char *path);
+/* Removes the JVM path setting of the global store.
+ * Codes: as zelkLogGetJVMPathSetting. */
 ZELKLOG_API uint32_t zelkLogRemoveJVMPathSetting(void);
-/* The tools resource directory ("LoggingTools" section).  0; 3 for a null or empty dir;
- * 55 when the store denies access; 6 (set) or 1 (remove) for other store failures. */
+/* Stores the tools resource directory ("LoggingTools" section of the global store).
+ *   dir  the directory; non-null, non-empty.
+ * Codes: ZELKLOG_RC_OK; ZELKLOG_RC_BAD_ARGUMENT for a null or empty dir;
+ * ZELKLOG_RC_STORE_DENIED when the store denies access; ZELKLOG_RC_STORE_UNAVAILABLE for
+ * other store failures. */
 ZELKLOG_API uint32_t zelkLogCfgSetToolsResDir(const char *dir);
+/* Removes the tools resource directory.
+ * Codes: ZELKLOG_RC_OK; ZELKLOG_RC_STORE_DENIED when the store denies access;
+ * ZELKLOG_RC_FAILURE for other store failures. */
 ZELKLOG_API uint32_t zelkLogCfgRemoveToolsResDir(void);
-/* A named setting in the product's own store (adding replaces).  0; 3 for null name or
- * value; 6 when the product has no store; else a mapped store code. */
+/* Stores a named setting in the product's own store (replacing any).
+ *   productId  the product.
+ *   name       the setting's name; non-null.
+ *   value      its value; non-null.
+ * Codes: ZELKLOG_RC_OK; ZELKLOG_RC_BAD_ARGUMENT for a null name or value;
+ * ZELKLOG_RC_STORE_UNAVAILABLE when the product has no store; else the mapped store
+ * code. */
 ZELKLOG_API uint32_t zelkLogAddNonOIDSetting(uint64_t productId, const char *name, const char *value);
+/* Removes a named setting from the product's own store.
+ *   productId, name  as zelkLogAddNonOIDSetting.
+ * Codes: as zelkLogAddNonOIDSetting (for a null name). */
 ZELKLOG_API uint32_t zelkLogRemoveNonOIDSetting(uint64_t productId, const char *name);
-/* Edits of a configuration record in memory: the originator-names text (sets
- * ZELKLOG_CFG_OIDNAMES_SET; 3 for null, empty or 1024 bytes and longer, record unchanged)
- * and the removal flags (bits added; 3 for a null record). */
+/* Sets the originator-names text of a configuration record in memory and marks it with
+ * ZELKLOG_CFG_OIDNAMES_SET.
+ *   record  the configuration record.
+ *   names   the text; non-empty and shorter than 1024 bytes.
+ * Codes: ZELKLOG_RC_OK; ZELKLOG_RC_BAD_ARGUMENT for a null record or names, an empty
+ * text or one of 1024 bytes or longer (record unchanged). */
 ZELKLOG_API uint32_t zelkLogCfgSetOIDNames(ZelkLogProductCfg *record, const char *names);
+/* Adds bits to the removal flags of a configuration record in memory.
+ *   record  the configuration record.
+ *   flags   bits to add.
+ * Codes: ZELKLOG_RC_OK; ZELKLOG_RC_BAD_ARGUMENT for a null record. */
 ZELKLOG_API uint32_t zelkLogCfgRemoveSettings(ZelkLogProductCfg *record, uint32_t flags);
-/* Removals: all of a product's configuration; one originator's section ("Default" for
- * 112); one logset's section (flat "LOGSET.<name>" when the product's store path holds
- * ".conf", else section <name> of the store "<path>\LOGSET").  0; 3 for an invalid id or
- * logset name; 6 when the product has no store (or the core keeps the product); 2 when
- * the store cannot be opened; else a mapped store code.  The originator and logset
- * removals hold the common lock, released on every return. */
+/* Removes all of a product's configuration.
+ *   productId  the product.
+ * Codes: ZELKLOG_RC_OK; ZELKLOG_RC_BAD_ARGUMENT for an invalid id;
+ * ZELKLOG_RC_STORE_UNAVAILABLE when the product has no store or the core keeps the
+ * product; else the mapped store code. */
 ZELKLOG_API uint32_t zelkLogRemoveProductAllCfg(uint64_t productId);
+/* Removes one originator's section ("Default" for 112) from the product's store, under
+ * the common lock (released on every return).
+ *   productId, originatorId  the product and the originator.
+ * Codes: ZELKLOG_RC_OK; ZELKLOG_RC_BAD_ARGUMENT for an invalid id;
+ * ZELKLOG_RC_STORE_UNAVAILABLE when the product has no store; ZELKLOG_RC_STORE_NOT_OPENED
+ * when the store cannot be opened; else the mapped store code. */
 ZELKLOG_API uint32_t zelkLogRemoveCfg(uint64_t productId, uint64_t originatorId);
+/* Removes one logset's section, under the common lock (released on every return): the
+ * flat section "LOGSET.<name>" when the product's store path holds ".conf", else the
+ * section <name> of the store "<path>\LOGSET".
+ *   productId  the product.
+ *   logset     the logset's name.
+ * Codes: as zelkLogRemoveCfg; ZELKLOG_RC_BAD_ARGUMENT also for an invalid logset name;
+ * ZELKLOG_RC_NO_MEMORY. */
 ZELKLOG_API uint32_t zelkLogRemoveLogSetCfg(uint64_t productId, const char *logset);
 
 /* ------------------------------------------------------------------------- */
-/* Dates and times (formatter is an ICU UDateFormat*, text UTF-16)            */
+/* Dates and times (text in UTF-16)                                          */
 /* ------------------------------------------------------------------------- */
-/* Formats time (seconds; 0.0 means now) as local wall-clock time in the ICU styles
- * timeStyle/dateStyle (0 full .. 3 short, -1 none) and locale (null: ICU's default).
- * 0 with *formatter and *text, both released with ReleaseDateTimeFormat; 1 on failure
- * (nothing to release; both outputs null); 3 for null outputs. */
+/* ICU's date-format handle type.  ICU's udat.h declares `typedef void *UDateFormat;`
+ * and hands out formatters as `UDateFormat *`; ZelkLogUDateFormat is the same type, so
+ * a caller's `UDateFormat *formatter` is passed as `&formatter` with or without ICU's
+ * headers included. */
+typedef void *ZelkLogUDateFormat;
+
+/* Formats a time as local wall-clock time.
+ *   timeStyle, dateStyle  ICU styles: 0 full .. 3 short, -1 none.
+ *   time       seconds since 1970-01-01 UTC; 0.0 means now.
+ *   locale     ICU locale id, or null for ICU's default.
+ *   formatter  receives the ICU date formatter used (a UDateFormat *).
+ *   text       receives the formatted text.
+ * Codes: ZELKLOG_RC_OK; ZELKLOG_RC_FAILURE on failure (both outputs null, nothing to
+ * release); ZELKLOG_RC_BAD_ARGUMENT for a null formatter or text.
+ * Ownership: after ZELKLOG_RC_OK both outputs are the caller's, released together with
+ * ReleaseDateTimeFormat. */
 ZELKLOG_API uint32_t GetDateTimeFormat(int32_t timeStyle, int32_t dateStyle, double time, const char *locale,
-                                       void **formatter, ZELKLOG_UCHAR **text);
-ZELKLOG_API void ReleaseDateTimeFormat(void *formatter, ZELKLOG_UCHAR *text);
-/* As GetDateTimeFormat without the formatter: 0 with *text (release with zelkLogFree),
- * 1 on failure, 3 for a null text. */
+                                       ZelkLogUDateFormat **formatter, ZELKLOG_UCHAR **text);
+/* Releases what GetDateTimeFormat handed out.
+ *   formatter  the formatter, or null.
+ *   text       the text, or null. */
+ZELKLOG_API void ReleaseDateTimeFormat(ZelkLogUDateFormat *formatter, ZELKLOG_UCHAR *text);
+/* As GetDateTimeFormat without the formatter.
+ *   timeStyle, dateStyle, time, locale, text  as GetDateTimeFormat.
+ * Codes: ZELKLOG_RC_OK; ZELKLOG_RC_FAILURE; ZELKLOG_RC_BAD_ARGUMENT for a null text.
+ * Ownership: the text is the caller's, released with zelkLogFree. */
 ZELKLOG_API uint32_t zelkLogstrftime(int32_t timeStyle, int32_t dateStyle, double time, const char *locale,
                                      ZELKLOG_UCHAR **text);
-/* Parses a local date text written in those styles into UTC seconds.  0; 1 when it does
- * not parse; 3 for null arguments; 4 without memory. */
+/* Parses a local date text written in the given styles.
+ *   timeStyle, dateStyle, locale  as GetDateTimeFormat.
+ *   dateText   the text.
+ *   time       receives seconds since 1970-01-01 UTC.
+ * Codes: ZELKLOG_RC_OK; ZELKLOG_RC_FAILURE when the text does not parse;
+ * ZELKLOG_RC_BAD_ARGUMENT for null arguments; ZELKLOG_RC_NO_MEMORY. */
 ZELKLOG_API uint32_t zelkLogGetDateFromFormat(int32_t timeStyle, int32_t dateStyle, const char *locale,
                                               const char *dateText, int64_t *time);
-/* Writes "GMT", "GMT+5:30", "GMT-0:30"... into the caller's buffer of at least 18 bytes
- * (*zoneText).  0; 1 when offset is not a multiple of 1800 s (nothing written); 3 for null
- * pointers or offsets too large for the buffer. */
+/* Writes a zone name such as "GMT", "GMT+5:30" or "GMT-0:30" for an offset.
+ *   offset    seconds east of GMT, a multiple of 1800.
+ *   zoneText  points to the caller's buffer of at least 18 bytes.
+ * Codes: ZELKLOG_RC_OK; ZELKLOG_RC_FAILURE when offset is not a multiple of 1800
+ * (nothing written); ZELKLOG_RC_BAD_ARGUMENT for null pointers or offsets too large for
+ * the buffer. */
 ZELKLOG_API uint32_t OffsetToTimeZone(int64_t offset, char **zoneText);
-/* *to = now, *from = local midnight starting the day `days` days ago.  0; 3 for null
- * pointers or negative days (nothing written). */
+/* The range of the last days: *to = now, *from = local midnight starting the day `days`
+ * days ago.
+ *   days      whole days back; not negative.
+ *   from, to  receive seconds since 1970-01-01 UTC.
+ * Codes: ZELKLOG_RC_OK; ZELKLOG_RC_BAD_ARGUMENT for null pointers or negative days
+ * (nothing written). */
 ZELKLOG_API uint32_t zelkLogGetLogDates(int32_t days, int64_t *from, int64_t *to);
-/* Owned copy of a wide string (zelkLogFree), null for null or without memory. */
+/* Copies a wide string.
+ *   text  zero-terminated wide string, or null.
+ * Returns: the copy; null for null or without memory.
+ * Ownership: the copy is the caller's, released with zelkLogFree. */
 ZELKLOG_API wchar_t *zelkLogSafeWcsdup(const wchar_t *text);
 
 #ifdef __cplusplus
 }
 #endif
 
-#endif /* ZELKLOGREAD_H */
+/* The exported internal steps, the scanner and the parser. */
+#include "zelkLogRead/internal.h"
+
+#endif /* ZELKLOGREAD_H_ */

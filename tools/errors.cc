@@ -2,6 +2,7 @@
 #include "tools/errors.h"
 
 #include "zelkLogConfigLayout.h"
+#include "zelkLogPropertyStore.h"
 #include "zelkLogRead.h"
 #include "zelkLogWriter.h"
 

@@ -1,17 +1,17 @@
 /*
- * zelkLogConfigLayout.h - where the logging configuration lives and the names of its
- * sections and properties (see docs/configuration.md for an example).
+ * zelkLogConfigLayout.h - the sections and properties of the configuration stores that
+ * the catalogue reads and writes and the logging core's configuration reader expects
+ * (see docs/configuration.md for an example).
  *
- * Global store ($ZELKLOG_CONFIG, else ZELKLOG_DEFAULT_CONFIG): one section per product,
- * named by the product id in decimal.  A product's own store (its "ConfigPath"): one
+ * Global store (at GetZelkLogCfgLoc()): one section per product, named by the product id
+ * in decimal, plus the settings below.  A product's own store (its "ConfigPath"): one
  * section per originator, named by the originator id in decimal ("Default" for 112),
  * plus logset sections.
  */
-#ifndef ZELKLOG_CONFIG_LAYOUT_H
-#define ZELKLOG_CONFIG_LAYOUT_H
+#ifndef ZELKLOGCONFIGLAYOUT_H_
+#define ZELKLOGCONFIGLAYOUT_H_
 
-#define ZELKLOG_CONFIG_ENV "ZELKLOG_CONFIG"
-#define ZELKLOG_DEFAULT_CONFIG "/etc/zelklog/zelklog.conf"
+#define ZELKLOG_CFG_TOP "" /* the top of a store */
 
 /* Product section of the global store */
 #define ZELKLOG_CFG_NAMES "Names"                /* comma-separated names */
@@ -30,8 +30,8 @@
 #define ZELKLOG_CFG_LOGSET_STORE_SUFFIX "\\LOGSET"
 
 /* Settings of the global store */
-#define ZELKLOG_CFG_JVM_PATH "JVMPath"
+#define ZELKLOG_CFG_JVM_PATH "JVMPath" /* at the top */
 #define ZELKLOG_CFG_TOOLS_SECTION "LoggingTools"
 #define ZELKLOG_CFG_TOOLS_RES_DIR "L10nResourceDir"
 
-#endif /* ZELKLOG_CONFIG_LAYOUT_H */
+#endif /* ZELKLOGCONFIGLAYOUT_H_ */

@@ -11,8 +11,8 @@
  *
  * All functions return a result code (0 on success) and never throw.  C-callable.
  */
-#ifndef ZELKLOG_WRITER_H
-#define ZELKLOG_WRITER_H
+#ifndef ZELKLOGWRITER_H_
+#define ZELKLOGWRITER_H_
 
 #include "zelkLogRead.h"
 
@@ -89,4 +89,4 @@ ZELKLOG_API uint32_t zelkLogMakeLogSetFileName(uint64_t logsetId, const char *lo
 }
 #endif
 
-#endif /* ZELKLOG_WRITER_H */
+#endif /* ZELKLOGWRITER_H_ */

@@ -1,6 +1,6 @@
 // Full paths of log files and bounded copies of the fixed-size texts of a file entry.
-#ifndef ZELKLOG_API_LOG_PATH_H
-#define ZELKLOG_API_LOG_PATH_H
+#ifndef SRC_API_LOG_PATH_H_
+#define SRC_API_LOG_PATH_H_
 
 #include "zelkLogRead.h"
 
@@ -41,4 +41,4 @@ private:
 
 }  // namespace zelk::read
 
-#endif
+#endif  // SRC_API_LOG_PATH_H_

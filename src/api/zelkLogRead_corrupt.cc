@@ -23,12 +23,12 @@ struct ReportScratch {
     char textCopy[kRecordTextLength];
 };
 
-void printCorrupt(const LogFileEntry &entry, int recordNumber, uint32_t code, const char *text)
+void printCorrupt(const LogFileEntry &entry, int recordNumber, uint32_t rc, const char *text)
 {
     std::printf("\nLog Directory: %s\n", entry.logDirectory);
     std::printf("File Name: %s\n", entry.fileName);
     std::printf("Record Number: %d\n", recordNumber);
-    std::printf("Error Code: %d\n", static_cast<int>(code));
+    std::printf("Error Code: %d\n", static_cast<int>(rc));
     std::printf("Record Contents:\n%s\n", text);
 }
 
@@ -44,7 +44,7 @@ int reportFile(const LogFileEntry &source, ReportScratch &scratch)
     zelk::read::copyText(entry.fileName, sizeof entry.fileName, source.fileName, sizeof source.fileName);
 
     zelk::read::LogPath path(entry);
-    if (zelkLogOs_open(&entry.file, path.text(), 1, 0660) == 0)
+    if (zelkLogOs_open(&entry.file, path.text(), 1, 0660) == ZELKLOG_RC_OK)
         entry.file.readerState = -1;
     ReadHeader(&entry, &scratch.header);
     if (!zelkLogOs_isvalidfilehandle(&entry.file))
@@ -59,12 +59,12 @@ int reportFile(const LogFileEntry &source, ReportScratch &scratch)
         zelk::read::copyText(scratch.textCopy, sizeof scratch.textCopy, text, kRecordTextLength);
         std::memset(&scratch.record, 0, sizeof scratch.record);
         scratch.record.format = entry.format;
-        uint32_t code = zelkLogMsgUnserialize(&scratch.message, &scratch.record);
-        if (code == ZELKLOG_RC_OK) {
+        uint32_t rc = zelkLogMsgUnserialize(&scratch.message, &scratch.record);
+        if (rc == ZELKLOG_RC_OK) {
             free_text_msg(&scratch.message);
         } else {
             ++corrupt;
-            printCorrupt(entry, recordNumber, code, scratch.textCopy);
+            printCorrupt(entry, recordNumber, rc, scratch.textCopy);
         }
         zelkLogFreeMsg(&scratch.record);
         init_text_msg(&scratch.message);

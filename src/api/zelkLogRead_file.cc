@@ -18,7 +18,7 @@ ZELKLOG_API uint32_t ReadNextLogFile(LogQuery *query)
         return ZELKLOG_RC_NO_MORE_RECORDS;
 
     zelk::read::LogPath path(*entry);
-    if (zelkLogOs_open(&entry->file, path.text(), 1, 0660) != 0)
+    if (zelkLogOs_open(&entry->file, path.text(), 1, 0660) != ZELKLOG_RC_OK)
         return ZELKLOG_RC_FAILURE;
     if (entry->savedOffset != 0) {
         if (zelkLogIsSameLogFile(entry)) {

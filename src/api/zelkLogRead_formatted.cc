@@ -30,6 +30,8 @@ ZELKLOG_API uint32_t zelkLogFetchNextFormattedMessage(LogQuery *query, uintptr_t
         uloc_setDefault(locale, &status);
     }
     char *localeCopy = strdup(uloc_getDefault());
+    if (localeCopy == nullptr)
+        return ZELKLOG_RC_NO_MEMORY;  // before fetching: no record is lost
 
     ZelkLogMsg *record = nullptr;
     uint32_t rc = zelkLogFetchNextSortedEntry(query, &record);

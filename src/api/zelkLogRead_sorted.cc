@@ -18,6 +18,7 @@
 #include "src/api/merge_state.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -460,6 +461,20 @@ LogFileEntry *fillSlotByList(LogQuery *query, LogFileEntry *previous, LogFileEnt
     }
 }
 
+#ifndef NDEBUG
+// After a merged pass the winner is the only open file, apart from files whose position
+// could not be told (closeKeepingPosition leaves those open).
+bool onlyWinnerOpen(LogFileEntry *head, const LogFileEntry *winner)
+{
+    for (LogFileEntry *entry = head; entry != nullptr; entry = entry->next) {
+        if (entry != winner && zelkLogOs_isvalidfilehandle(&entry->file) &&
+            zelkLogOs_getFileOffset(&entry->file) >= 0)
+            return false;
+    }
+    return true;
+}
+#endif
+
 uint32_t mergePickByList(LogQuery *query, LogFileEntry **best, int64_t timeToBeat)
 {
     uint32_t passCode = ZELKLOG_RC_OK;
@@ -530,6 +545,7 @@ ZELKLOG_API uint32_t zelkLogFetchNextSortedEntry(LogQuery *query, ZelkLogMsg **o
         }
     }
     if (best != nullptr) {
+        assert(onlyWinnerOpen(query->currentFile, best));
         *out = &best->pending;
         zelk::read::copyText(best->pending.fileHeaderText, sizeof best->pending.fileHeaderText,
                              best->headerText, sizeof best->headerText);

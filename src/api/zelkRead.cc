@@ -21,8 +21,9 @@ bool directoryFits(const char *logDirectory)
     return length + (needsSlash ? 1 : 0) + 1 <= kDirectoryBuffer;
 }
 
-void applyOverrides(ZelkLogProductCfg **array, uint64_t count, const char *logDirectory,
-                    const char *formatResource)
+// ZELKLOG_RC_OK, or ZELKLOG_RC_NO_MEMORY when a format-resource copy cannot be made.
+uint32_t applyOverrides(ZelkLogProductCfg **array, uint64_t count, const char *logDirectory,
+                        const char *formatResource)
 {
     for (uint64_t i = 0; i < count && i < kConfigCapacity; ++i) {
         ZelkLogProductCfg *record = array[i];
@@ -41,8 +42,11 @@ void applyOverrides(ZelkLogProductCfg **array, uint64_t count, const char *logDi
             if (record->formatResource != nullptr)
                 zelkLogFree(record->formatResource);
             record->formatResource = zelkLogSafeStrdup(formatResource);
+            if (record->formatResource == nullptr)
+                return ZELKLOG_RC_NO_MEMORY;
         }
     }
+    return ZELKLOG_RC_OK;
 }
 
 // Closes and frees every file entry of the list, with any record still read ahead.
@@ -100,16 +104,24 @@ ZELKLOG_API uint32_t zelkLogCreateQueryEx2(const char *queryText, const char *lo
         return rc;
     }
 
-    if (logDirectory != nullptr || formatResource != nullptr)
-        applyOverrides(array, count, logDirectory, formatResource);
+    if (logDirectory != nullptr || formatResource != nullptr) {
+        rc = applyOverrides(array, count, logDirectory, formatResource);
+        if (rc != ZELKLOG_RC_OK) {
+            FreeConfigArray(array, count);
+            return rc;
+        }
+    }
 
     rc = CreateTreeFromQuery(array, count, queryText, locale, query);
     if (rc == ZELKLOG_RC_OK) {
         if (tzOffset != ZELKLOG_NO_TZ_ADJUST)
             updateQueryForTZ(query->root, tzOffset);
         rc = GetLogFiles(array, count, query);
-        if (rc == ZELKLOG_RC_OK && formatResource != nullptr)
+        if (rc == ZELKLOG_RC_OK && formatResource != nullptr) {
             query->formatResource = zelkLogSafeStrdup(formatResource);
+            if (query->formatResource == nullptr)
+                rc = ZELKLOG_RC_NO_MEMORY;
+        }
     }
     FreeConfigArray(array, count);
     return rc;

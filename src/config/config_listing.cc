@@ -4,15 +4,13 @@
 // are delivered (count = capacity) and the result is ZELKLOG_RC_NO_MEMORY: the caller's
 // array was too small.  zelkLogGetAllProductsEx uses the paired layout: names[i]
 // belongs to ids[i] and is null when the product has no readable "Names".
-#include "src/config/config_store_names.h"
+#include "zelkLogConfigLayout.h"
 #include "src/core/zelkLogCore.h"
 
 #include <cstdlib>
 #include <cstring>
 
 namespace {
-
-using namespace zelk::config;
 
 // The leading decimal number of a section name, as atol reads it (without atol's
 // undefined behaviour on overflow).
@@ -34,25 +32,25 @@ void readProductNames(const char *location, const char *section, char **slot)
 {
     *slot = nullptr;
     UtiPropertyStore store{};
-    if (utiOpenPropertyStore(location, section, &store, 0) == 0)
-        utiGetPropertyAsStr(&store, kNames, slot);
+    if (utiOpenPropertyStore(location, section, &store, 0) == UTI_PS_OK)
+        utiGetPropertyAsStr(&store, ZELKLOG_CFG_NAMES, slot);
     utiClosePropertyStore(&store);
 }
 
 // Appends the ids of the sections of a store, in store order, while the store code
-// (`code`, that of the open at first) is 0: `idOf` gives a section's id, 0 when it is not
+// (`storeRc`, that of the open at first) is 0: `idOf` gives a section's id, 0 when it is not
 // listed, and `onListed` runs for each id stored.  The store is closed, also after a
 // failed open; an enumeration that ends with code 7 is a success.
 template <typename IdOf, typename OnListed>
-uint32_t listSections(UtiPropertyStore &store, uint32_t code, uint64_t *ids, uint64_t capacity,
+uint32_t listSections(UtiPropertyStore &store, uint32_t storeRc, uint64_t *ids, uint64_t capacity,
                       uint64_t *count, IdOf idOf, OnListed onListed)
 {
     bool full = false;
-    char name[kSectionBuffer];
-    for (uint32_t index = 0; code == UTI_PS_OK; ++index) {
-        uint32_t length = kSectionBuffer;
-        code = utiEnumProductId(&store, index, name, &length);
-        if (code != UTI_PS_OK)
+    char name[UTI_PS_SECTION_NAME_SIZE];
+    for (uint32_t index = 0; storeRc == UTI_PS_OK; ++index) {
+        uint32_t length = UTI_PS_SECTION_NAME_SIZE;
+        storeRc = utiEnumProductId(&store, index, name, &length);
+        if (storeRc != UTI_PS_OK)
             break;
         uint64_t id = idOf(name);
         if (id == 0)
@@ -67,7 +65,7 @@ uint32_t listSections(UtiPropertyStore &store, uint32_t code, uint64_t *ids, uin
     utiClosePropertyStore(&store);
     if (full)
         return ZELKLOG_RC_NO_MEMORY;
-    return code == UTI_PS_OK || code == UTI_PS_END ? ZELKLOG_RC_OK : utipsres2zelklogres(code);
+    return storeRc == UTI_PS_OK || storeRc == UTI_PS_END ? ZELKLOG_RC_OK : utipsres2zelklogres(storeRc);
 }
 
 uint32_t listProducts(uint64_t *ids, uint64_t capacity, uint64_t *count, char **names)
@@ -75,8 +73,8 @@ uint32_t listProducts(uint64_t *ids, uint64_t capacity, uint64_t *count, char **
     *count = 0;
     const char *location = GetZelkLogCfgLoc();
     UtiPropertyStore store{};
-    uint32_t code = utiOpenPropertyStore(location, kTop, &store, 0);
-    return listSections(store, code, ids, capacity, count, leadingNumber, [&](const char *name) {
+    uint32_t storeRc = utiOpenPropertyStore(location, ZELKLOG_CFG_TOP, &store, 0);
+    return listSections(store, storeRc, ids, capacity, count, leadingNumber, [&](const char *name) {
         if (names != nullptr)
             readProductNames(location, name, &names[*count - 1]);
     });
@@ -107,25 +105,25 @@ ZELKLOG_API uint32_t zelkLogGetAllOriginators(uint64_t productId, uint64_t *ids,
         return ZELKLOG_RC_BAD_ARGUMENT;
     *count = 0;
     char *path = nullptr;
-    uint32_t code = GetProductCfgPath(GetZelkLogCfgLoc(), productId, &path);
-    if (code != 0) {
+    uint32_t storeRc = GetProductCfgPath(GetZelkLogCfgLoc(), productId, &path);
+    if (storeRc != UTI_PS_OK) {
         zelkLogFree(path);
-        return code;
+        return storeRc;
     }
     if (path == nullptr || *path == '\0') {
         zelkLogFree(path);
         return ZELKLOG_RC_STORE_UNAVAILABLE;
     }
     UtiPropertyStore store{};
-    code = utiOpenPropertyStore(path, kTop, &store, 0);
+    storeRc = utiOpenPropertyStore(path, ZELKLOG_CFG_TOP, &store, 0);
     zelkLogFree(path);
     auto originatorId = [&](const char *name) -> uint64_t {
         uint64_t id = leadingNumber(name);
-        if (id == 0 && std::strcmp(name, kDefaultSection) == 0)
-            id = kDefaultOriginator;
+        if (id == 0 && std::strcmp(name, ZELKLOG_CFG_DEFAULT_SECTION) == 0)
+            id = ZELKLOG_DEFAULT_ORIGINATOR;
         return listed(ids, *count, id) ? 0 : id;  // "Default" and "112" give one entry
     };
-    return listSections(store, code, ids, capacity, count, originatorId, [](const char *) {});
+    return listSections(store, storeRc, ids, capacity, count, originatorId, [](const char *) {});
 }
 
 }  // extern "C"

@@ -1,6 +1,6 @@
 // zelkLogGetIdFromName: a numeric name is its own id; any other name is looked up in
 // the configuration records of all products.
-#include "src/config/config_store_names.h"
+#include "zelkLogConfigLayout.h"
 #include "src/core/zelkLogCore.h"
 
 #include <cstdlib>
@@ -18,8 +18,8 @@ extern "C" ZELKLOG_API int64_t zelkLogGetIdFromName(const char *name, uint32_t k
 
     ZelkLogProductCfg *records[ZELKLOG_MAX_PRODUCTS] = {};
     uint64_t count = 0;
-    uint32_t code = zelkLogReadAllCfg(0, ZELKLOG_MAX_PRODUCTS, records, &count);
-    if (code != 0 && count == 0) {
+    uint32_t rc = zelkLogReadAllCfg(0, ZELKLOG_MAX_PRODUCTS, records, &count);
+    if (rc != ZELKLOG_RC_OK && count == 0) {
         FreeConfigArray(records, count);
         return -1;  // no configuration at all: the name cannot be known
     }

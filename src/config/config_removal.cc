@@ -2,7 +2,7 @@
 // section.  The originator and logset removals hold the common lock from before the
 // path lookup until the store is closed and the path released; every return after the
 // lock was taken passes through its release.
-#include "src/config/config_store_names.h"
+#include "zelkLogConfigLayout.h"
 #include "src/core/zelkLogCore.h"
 
 #include <cinttypes>
@@ -11,69 +11,67 @@
 
 namespace {
 
-using namespace zelk::config;
-
 // Opens the store at location (none when null or empty) and removes one section from it.
-// The outcome is a store code; 2 when the store could not be opened.
+// The outcome is a store code; UTI_PS_OPEN_FAILED when the store could not be opened.
 uint32_t removeSection(const char *location, const char *section)
 {
-    uint32_t outcome = 2;
+    uint32_t storeRc = UTI_PS_OPEN_FAILED;
     UtiPropertyStore store{};
     if (location != nullptr && *location != '\0' &&
-        utiOpenPropertyStore(location, kTop, &store, 0) == UTI_PS_OK)
-        outcome = utiRemovePropertyRoot(&store, section);
+        utiOpenPropertyStore(location, ZELKLOG_CFG_TOP, &store, 0) == UTI_PS_OK)
+        storeRc = utiRemovePropertyRoot(&store, section);
     utiClosePropertyStore(&store);
-    return outcome;
+    return storeRc;
 }
 
 uint32_t removeOriginator(uint64_t productId, uint64_t originatorId)
 {
     char section[24];
-    if (originatorId == kDefaultOriginator)
-        std::snprintf(section, sizeof section, "%s", kDefaultSection);
+    if (originatorId == ZELKLOG_DEFAULT_ORIGINATOR)
+        std::snprintf(section, sizeof section, "%s", ZELKLOG_CFG_DEFAULT_SECTION);
     else
         std::snprintf(section, sizeof section, "%" PRIu64, originatorId);
     char *path = nullptr;
-    uint32_t code = GetProductCfgPath(GetZelkLogCfgLoc(), productId, &path);
-    uint32_t result = code == UTI_PS_NO_STORE ? ZELKLOG_RC_STORE_UNAVAILABLE
-                                              : utipsres2zelklogres(removeSection(path, section));
+    uint32_t storeRc = GetProductCfgPath(GetZelkLogCfgLoc(), productId, &path);
+    uint32_t rc = storeRc == UTI_PS_NO_STORE ? ZELKLOG_RC_STORE_UNAVAILABLE
+                                             : utipsres2zelklogres(removeSection(path, section));
     zelkLogFree(path);
-    return result;
+    return rc;
 }
 
 uint32_t removeLogSet(uint64_t productId, const char *logset)
 {
     char *path = nullptr;
-    uint32_t code = GetProductCfgPath(GetZelkLogCfgLoc(), productId, &path);
-    uint32_t result;
-    if (code == UTI_PS_NO_STORE) {
-        result = ZELKLOG_RC_STORE_UNAVAILABLE;
+    uint32_t storeRc = GetProductCfgPath(GetZelkLogCfgLoc(), productId, &path);
+    uint32_t rc;
+    if (storeRc == UTI_PS_NO_STORE) {
+        rc = ZELKLOG_RC_STORE_UNAVAILABLE;
     } else if (path != nullptr && std::strstr(path, ".conf") != nullptr) {
         // Flat form: "LOGSET.<name>" in the product's store itself.
         char section[8 + 400 + 1];
-        int length = std::snprintf(section, sizeof section, "%s%s", kLogSetPrefix, logset);
-        result = length < 0 || static_cast<size_t>(length) >= sizeof section
-                     ? ZELKLOG_RC_BAD_ARGUMENT
-                     : utipsres2zelklogres(removeSection(path, section));
+        int length = std::snprintf(section, sizeof section, "%s%s", ZELKLOG_CFG_LOGSET_PREFIX, logset);
+        rc = length < 0 || static_cast<size_t>(length) >= sizeof section
+                 ? ZELKLOG_RC_BAD_ARGUMENT
+                 : utipsres2zelklogres(removeSection(path, section));
     } else if (path != nullptr && *path != '\0') {
         // Nested form: section "<name>" in the store at "<path>\LOGSET".  An empty path
         // counts as none: "\LOGSET" alone would name a store in the working directory.
         size_t length = std::strlen(path);
-        size_t suffix = std::strlen(kLogSetStoreSuffix);
+        size_t suffix = std::strlen(ZELKLOG_CFG_LOGSET_STORE_SUFFIX);
         auto *location = static_cast<char *>(zelkLogMalloc(length + suffix + 2));
         if (location == nullptr) {
-            result = ZELKLOG_RC_NO_MEMORY;
+            rc = ZELKLOG_RC_NO_MEMORY;
         } else {
             std::memcpy(location, path, length);
-            std::memcpy(location + length, kLogSetStoreSuffix, suffix + 1);
-            result = utipsres2zelklogres(removeSection(location, logset));
+            std::memcpy(location + length, ZELKLOG_CFG_LOGSET_STORE_SUFFIX, suffix + 1);
+            rc = utipsres2zelklogres(removeSection(location, logset));
             zelkLogFree(location);
         }
     } else {
-        result = utipsres2zelklogres(removeSection(nullptr, logset));
+        rc = utipsres2zelklogres(removeSection(nullptr, logset));
     }
     zelkLogFree(path);
-    return result;
+    return rc;
 }
 
 }  // namespace
@@ -92,15 +90,15 @@ ZELKLOG_API uint32_t zelkLogRemoveProductAllCfg(uint64_t productId)
         zelkLogFree(path);
         return ZELKLOG_RC_STORE_UNAVAILABLE;
     }
-    uint32_t outcome = UTI_PS_NO_STORE;
+    uint32_t storeRc = UTI_PS_NO_STORE;
     UtiPropertyStore store{};
-    if (utiOpenPropertyStore(global, section, &store, 1) == UTI_PS_OK) {
-        if (zelkLogRemoveProductCfg(productId) == 0)
-            outcome = utiRemovePropertyRoot(&store, path != nullptr ? path : "");
+    if (utiOpenPropertyStore(global, section, &store, UTI_PS_OPEN_PRODUCT_REMOVAL) == UTI_PS_OK) {
+        if (zelkLogRemoveProductCfg(productId) == ZELKLOG_RC_OK)
+            storeRc = utiRemovePropertyRoot(&store, path != nullptr ? path : "");
         utiClosePropertyStore(&store);
     }
     zelkLogFree(path);
-    return utipsres2zelklogres(outcome);
+    return utipsres2zelklogres(storeRc);
 }
 
 ZELKLOG_API uint32_t zelkLogRemoveCfg(uint64_t productId, uint64_t originatorId)
@@ -108,9 +106,9 @@ ZELKLOG_API uint32_t zelkLogRemoveCfg(uint64_t productId, uint64_t originatorId)
     if (!isProdIdValid(productId) || !isOrigIdValid(originatorId))
         return ZELKLOG_RC_BAD_ARGUMENT;
     zelkLockCommon("zelkLogRemoveCfg()");
-    uint32_t result = removeOriginator(productId, originatorId);
+    uint32_t rc = removeOriginator(productId, originatorId);
     zelkUnlockCommon("zelkLogRemoveCfg()");
-    return result;
+    return rc;
 }
 
 ZELKLOG_API uint32_t zelkLogRemoveLogSetCfg(uint64_t productId, const char *logset)
@@ -118,9 +116,9 @@ ZELKLOG_API uint32_t zelkLogRemoveLogSetCfg(uint64_t productId, const char *logs
     if (!isProdIdValid(productId) || !isLogSetValid(logset))
         return ZELKLOG_RC_BAD_ARGUMENT;
     zelkLockCommon("zelkLogRemoveLogSetCfg()");
-    uint32_t result = removeLogSet(productId, logset);
+    uint32_t rc = removeLogSet(productId, logset);
     zelkUnlockCommon("zelkLogRemoveLogSetCfg()");
-    return result;
+    return rc;
 }
 
 }  // extern "C"

@@ -1,47 +1,45 @@
 // Settings kept in the stores: the JVM path and the tools resource directory (global
 // store) and a product's non-OID settings (the product's own store).  None of these
 // takes the common lock: the store serialises its writers itself.
-#include "src/config/config_store_names.h"
+#include "zelkLogConfigLayout.h"
 #include "src/core/zelkLogCore.h"
 
 namespace {
-
-using namespace zelk::config;
 
 enum class JvmStep { Get, Set, Remove };
 
 uint32_t jvmPath(JvmStep step, const char *value, char **out)
 {
     UtiPropertyStore store{};
-    if (CreatePropertyString(GetZelkLogCfgLoc(), kTop, &store) != UTI_PS_OK)
+    if (CreatePropertyString(GetZelkLogCfgLoc(), ZELKLOG_CFG_TOP, &store) != UTI_PS_OK)
         return ZELKLOG_RC_STORE_UNAVAILABLE;
-    uint32_t code = step == JvmStep::Get   ? utiGetPropertyAsStr(&store, kJvmPath, out)
-                    : step == JvmStep::Set ? utiSetPropertyAsStr(&store, kJvmPath, value)
-                                           : utiRemoveProperty(&store, kJvmPath);
+    uint32_t storeRc = step == JvmStep::Get   ? utiGetPropertyAsStr(&store, ZELKLOG_CFG_JVM_PATH, out)
+                       : step == JvmStep::Set ? utiSetPropertyAsStr(&store, ZELKLOG_CFG_JVM_PATH, value)
+                                              : utiRemoveProperty(&store, ZELKLOG_CFG_JVM_PATH);
     utiClosePropertyStore(&store);
-    return code == UTI_PS_OK ? ZELKLOG_RC_OK : utipsres2zelklogres(code);
+    return storeRc == UTI_PS_OK ? ZELKLOG_RC_OK : utipsres2zelklogres(storeRc);
 }
 
 // Sets (value non-null) or removes one property at the top of the product's store.
 uint32_t nonOidSetting(uint64_t productId, const char *name, const char *value)
 {
     char *path = nullptr;
-    uint32_t result = GetProductCfgPath(GetZelkLogCfgLoc(), productId, &path);
-    if (result == 0 && (path == nullptr || *path == '\0')) {
-        result = ZELKLOG_RC_STORE_UNAVAILABLE;
-    } else if (result == 0) {
+    uint32_t rc = GetProductCfgPath(GetZelkLogCfgLoc(), productId, &path);
+    if (rc == UTI_PS_OK && (path == nullptr || *path == '\0')) {
+        rc = ZELKLOG_RC_STORE_UNAVAILABLE;
+    } else if (rc == UTI_PS_OK) {
         UtiPropertyStore store{};
-        if (CreatePropertyString(path, kTop, &store) != UTI_PS_OK) {
-            result = utipsres2zelklogres(UTI_PS_NO_STORE);
+        if (CreatePropertyString(path, ZELKLOG_CFG_TOP, &store) != UTI_PS_OK) {
+            rc = utipsres2zelklogres(UTI_PS_NO_STORE);
         } else {
-            uint32_t code =
+            uint32_t storeRc =
                 value != nullptr ? utiSetPropertyAsStr(&store, name, value) : utiRemoveProperty(&store, name);
             utiClosePropertyStore(&store);
-            result = code == UTI_PS_OK ? ZELKLOG_RC_OK : utipsres2zelklogres(code);
+            rc = storeRc == UTI_PS_OK ? ZELKLOG_RC_OK : utipsres2zelklogres(storeRc);
         }
     }
     zelkLogFree(path);
-    return result;
+    return rc;
 }
 
 }  // namespace
@@ -73,25 +71,25 @@ ZELKLOG_API uint32_t zelkLogCfgSetToolsResDir(const char *dir)
     if (dir == nullptr || *dir == '\0')
         return ZELKLOG_RC_BAD_ARGUMENT;
     UtiPropertyStore store{};
-    if (CreatePropertyString(GetZelkLogCfgLoc(), kToolsSection, &store) != UTI_PS_OK)
+    if (CreatePropertyString(GetZelkLogCfgLoc(), ZELKLOG_CFG_TOOLS_SECTION, &store) != UTI_PS_OK)
         return ZELKLOG_RC_STORE_UNAVAILABLE;
-    uint32_t code = utiSetPropertyAsStr(&store, kToolsResDir, dir);
+    uint32_t storeRc = utiSetPropertyAsStr(&store, ZELKLOG_CFG_TOOLS_RES_DIR, dir);
     utiClosePropertyStore(&store);
-    if (code == UTI_PS_OK)
+    if (storeRc == UTI_PS_OK)
         return ZELKLOG_RC_OK;
-    return code == UTI_PS_DENIED ? ZELKLOG_RC_STORE_DENIED : ZELKLOG_RC_STORE_UNAVAILABLE;
+    return storeRc == UTI_PS_DENIED ? ZELKLOG_RC_STORE_DENIED : ZELKLOG_RC_STORE_UNAVAILABLE;
 }
 
 ZELKLOG_API uint32_t zelkLogCfgRemoveToolsResDir(void)
 {
     UtiPropertyStore store{};
-    if (CreatePropertyString(GetZelkLogCfgLoc(), kTop, &store) != UTI_PS_OK)
+    if (CreatePropertyString(GetZelkLogCfgLoc(), ZELKLOG_CFG_TOP, &store) != UTI_PS_OK)
         return ZELKLOG_RC_STORE_UNAVAILABLE;
-    uint32_t code = utiRemovePropertyRoot(&store, kToolsSection);
+    uint32_t storeRc = utiRemovePropertyRoot(&store, ZELKLOG_CFG_TOOLS_SECTION);
     utiClosePropertyStore(&store);
-    if (code == UTI_PS_OK)
+    if (storeRc == UTI_PS_OK)
         return ZELKLOG_RC_OK;
-    return code == UTI_PS_DENIED ? ZELKLOG_RC_STORE_DENIED : ZELKLOG_RC_FAILURE;
+    return storeRc == UTI_PS_DENIED ? ZELKLOG_RC_STORE_DENIED : ZELKLOG_RC_FAILURE;
 }
 
 ZELKLOG_API uint32_t zelkLogRemoveNonOIDSetting(uint64_t productId, const char *name)

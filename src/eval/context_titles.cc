@@ -38,8 +38,15 @@ ZELKLOG_API void UpdateContextTitleLink(LogQuery *query, ZelkLogMsg *record)
                 entry->originatorId = record->originatorId;
                 entry->token = zelkLogSafeStrdup(token);
                 entry->title = zelkLogSafeStrdup(title);
-                entry->next = query->contextTitles[bucket];
-                query->contextTitles[bucket] = entry;
+                if (entry->token == nullptr || entry->title == nullptr) {
+                    // Without memory the context is not entered; its next record tries again.
+                    zelkLogFree(entry->token);
+                    zelkLogFree(entry->title);
+                    zelkLogFree(entry);
+                } else {
+                    entry->next = query->contextTitles[bucket];
+                    query->contextTitles[bucket] = entry;
+                }
             }
             zelkLogFree(title);
         }

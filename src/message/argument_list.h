@@ -1,7 +1,7 @@
 // The argument section: "(" message-id "|" arguments ")", arguments possibly nesting
 // further lists.
-#ifndef ZELKLOG_MESSAGE_ARGUMENT_LIST_H
-#define ZELKLOG_MESSAGE_ARGUMENT_LIST_H
+#ifndef SRC_MESSAGE_ARGUMENT_LIST_H_
+#define SRC_MESSAGE_ARGUMENT_LIST_H_
 
 #include "src/message/text_cursor.h"
 #include "zelkLogRead.h"
@@ -30,4 +30,4 @@ void releaseArgument(ZelkLogMsgArg *arg);
 
 }  // namespace zelk::message
 
-#endif
+#endif  // SRC_MESSAGE_ARGUMENT_LIST_H_

@@ -2,8 +2,8 @@
 // and of counted fields inside it.  Each returns a result code (0 on success) and leaves
 // the cursor where the next field expects it.  Those that depend on the pass are
 // instantiated for both.
-#ifndef ZELKLOG_MESSAGE_FIELD_READERS_H
-#define ZELKLOG_MESSAGE_FIELD_READERS_H
+#ifndef SRC_MESSAGE_FIELD_READERS_H_
+#define SRC_MESSAGE_FIELD_READERS_H_
 
 #include "src/message/text_cursor.h"
 
@@ -35,4 +35,4 @@ bool readCountPrefix(const char *begin, const char *end, uint64_t *value, const 
 
 }  // namespace zelk::message
 
-#endif
+#endif  // SRC_MESSAGE_FIELD_READERS_H_

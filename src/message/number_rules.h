@@ -4,8 +4,8 @@
 // text ignored) and a result of 0 is a failure.  Each field is [begin, end) where the
 // character at `end` is never a digit (a separator or the text's terminator), so a
 // conversion that runs on behind `end` stops there.
-#ifndef ZELKLOG_MESSAGE_NUMBER_RULES_H
-#define ZELKLOG_MESSAGE_NUMBER_RULES_H
+#ifndef SRC_MESSAGE_NUMBER_RULES_H_
+#define SRC_MESSAGE_NUMBER_RULES_H_
 
 #include <cstddef>
 #include <cstdint>
@@ -54,4 +54,4 @@ inline const char *shortDigitRun(const char *p, size_t maxDigits, uint64_t *valu
 
 }  // namespace zelk::message
 
-#endif
+#endif  // SRC_MESSAGE_NUMBER_RULES_H_

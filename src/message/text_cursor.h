@@ -2,8 +2,8 @@
 // it.  The text is NUL-terminated at `end`; the reader writes NUL characters only at or
 // behind `pos`, so [pos, end) never holds a NUL and the bounded searches below may run
 // to `end`.
-#ifndef ZELKLOG_MESSAGE_TEXT_CURSOR_H
-#define ZELKLOG_MESSAGE_TEXT_CURSOR_H
+#ifndef SRC_MESSAGE_TEXT_CURSOR_H_
+#define SRC_MESSAGE_TEXT_CURSOR_H_
 
 #include <cstddef>
 
@@ -53,4 +53,4 @@ struct TextCursor {
 
 }  // namespace zelk::message
 
-#endif
+#endif  // SRC_MESSAGE_TEXT_CURSOR_H_

@@ -1,10 +1,11 @@
 // The stack of node references used by the tree walks: 200 entries in place, and a heap
 // area that takes over (and doubles) when a tree is deeper than that.
-#ifndef ZELK_QUERY_NODE_STACK_H
-#define ZELK_QUERY_NODE_STACK_H
+#ifndef SRC_QUERY_NODE_STACK_H_
+#define SRC_QUERY_NODE_STACK_H_
 
 #include "zelkLogRead.h"
 
+#include <cassert>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
@@ -25,8 +26,17 @@ public:
     }
 
     bool empty() const { return size_ == 0; }
-    QueryNode *top() const { return entries_[size_ - 1]; }
-    QueryNode *pop() { return entries_[--size_]; }
+    // The walks look at and pop only a stack that holds something.
+    QueryNode *top() const
+    {
+        assert(size_ > 0);
+        return entries_[size_ - 1];
+    }
+    QueryNode *pop()
+    {
+        assert(size_ > 0);
+        return entries_[--size_];
+    }
 
     // False (and nothing pushed) when the stack is full and cannot grow.
     bool push(QueryNode *node)
@@ -60,4 +70,4 @@ private:
 
 }  // namespace zelk::query
 
-#endif  // ZELK_QUERY_NODE_STACK_H
+#endif  // SRC_QUERY_NODE_STACK_H_

@@ -25,20 +25,20 @@ uint32_t parseLocked(const char *queryText, const char *locale, QueryNode **root
         zelkLogFree(context.locale);
         return ZELKLOG_RC_NO_MEMORY;
     }
-    int result = 0;
+    int rc = 0;
     do {
         // A parse that ends before the text does would leave its tree behind otherwise.
         removeTree(context.resultTree);
         context.resultTree = nullptr;
-        result = yyparse(&context);
-    } while (result == 0 && yyiseob() == 0);
+        rc = yyparse(&context);
+    } while (rc == ZELKLOG_RC_OK && yyiseob() == 0);
     yyunsetbuffer();
     zelkLogFree(context.locale);
 
     QueryNode *root = context.resultTree;
-    if (result != 0) {
+    if (rc != ZELKLOG_RC_OK) {
         removeTree(root);
-        return static_cast<uint32_t>(result);
+        return static_cast<uint32_t>(rc);
     }
     if (root == nullptr)
         return ZELKLOG_RC_FAILURE;

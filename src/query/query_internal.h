@@ -1,6 +1,6 @@
 // Helpers shared by the query-language sources; none of them leaves the library.
-#ifndef ZELK_QUERY_INTERNAL_H
-#define ZELK_QUERY_INTERNAL_H
+#ifndef SRC_QUERY_QUERY_INTERNAL_H_
+#define SRC_QUERY_QUERY_INTERNAL_H_
 
 #include "zelkLogRead.h"
 
@@ -37,4 +37,4 @@ constexpr uint32_t kMaxOperatorNodes = 199;
 
 }  // namespace zelk::query
 
-#endif  // ZELK_QUERY_INTERNAL_H
+#endif  // SRC_QUERY_QUERY_INTERNAL_H_

@@ -61,8 +61,8 @@ ZELKLOG_API uint32_t validateShortNames(ZelkLogProductCfg **configArray, uint64_
         // The evaluator keeps one result slot per number, 1..199.
         if (counter == zelk::query::kMaxOperatorNodes)
             return ZELKLOG_RC_QUERY_TOO_LARGE;
-        if (uint32_t code = resolve(configArray, configCount, top))
-            return code;
+        if (uint32_t rc = resolve(configArray, configCount, top))
+            return rc;
         top->visitMark = ++counter;
         last = path.pop();
     }

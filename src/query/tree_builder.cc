@@ -28,9 +28,9 @@ uint32_t joinOperands(QueryParseContext *context, int32_t kind, QueryNode *left,
         removeTree(right);
         return ZELKLOG_RC_NO_MEMORY;
     }
-    if (uint32_t code = countOperators(context, 1)) {
+    if (uint32_t rc = countOperators(context, 1)) {
         removeTree(node);
-        return code;
+        return rc;
     }
     *result = node;
     return 0;
@@ -39,24 +39,25 @@ uint32_t joinOperands(QueryParseContext *context, int32_t kind, QueryNode *left,
 uint32_t compareOperands(QueryParseContext *context, int32_t op, QueryNode *left, QueryNode *right,
                          QueryNode **result)
 {
-    uint32_t code = validNodes(op, left, right);
-    if (code == 0 && op == EQUAL) {
+    uint32_t rc = validNodes(op, left, right);
+    if (rc == ZELKLOG_RC_OK && op == EQUAL) {
         if (right->kind == KEYWORDS)
             std::swap(left, right);
         QueryNode *range = nullptr;
-        if (left->value == ZELKLOGREC_PREVTIME && (code = rewritePrevTime(left, right, &range)) == 0) {
-            if ((code = countOperators(context, 3)) != 0) {
+        if (left->value == ZELKLOGREC_PREVTIME &&
+            (rc = rewritePrevTime(left, right, &range)) == ZELKLOG_RC_OK) {
+            if ((rc = countOperators(context, 3)) != ZELKLOG_RC_OK) {
                 removeTree(range);
-                return code;
+                return rc;
             }
             *result = range;
             return 0;
         }
     }
-    if (code != 0) {
+    if (rc != ZELKLOG_RC_OK) {
         removeTree(left);
         removeTree(right);
-        return code;
+        return rc;
     }
     return joinOperands(context, op, left, right, result);
 }
@@ -72,32 +73,32 @@ uint32_t buildBetween(QueryParseContext *context, uint64_t field, QueryNode *low
 {
     QueryNode *lowField = newLeaf(KEYWORDS, field);
     QueryNode *highField = newLeaf(KEYWORDS, field);
-    uint32_t code = 0;
+    uint32_t rc = ZELKLOG_RC_OK;
     if (low == nullptr || high == nullptr || lowField == nullptr || highField == nullptr) {
-        code = ZELKLOG_RC_NO_MEMORY;
+        rc = ZELKLOG_RC_NO_MEMORY;
     } else {
         low->locale = low->kind == STRINGCONST ? context->locale : nullptr;
         high->locale = high->kind == STRINGCONST ? context->locale : nullptr;
-        code = validNodes(GREATER, lowField, low);
-        if (code == 0)
-            code = validNodes(LESS, highField, high);
+        rc = validNodes(GREATER, lowField, low);
+        if (rc == ZELKLOG_RC_OK)
+            rc = validNodes(LESS, highField, high);
         low->locale = nullptr;
         high->locale = nullptr;
     }
     QueryNode *lower = nullptr;
     QueryNode *upper = nullptr;
-    if (code == 0 && (lower = addNewNode(GREATER, lowField, low)) != nullptr)
+    if (rc == ZELKLOG_RC_OK && (lower = addNewNode(GREATER, lowField, low)) != nullptr)
         upper = addNewNode(LESS, highField, high);
     QueryNode *range = nullptr;
-    if (code == 0 && upper != nullptr)
-        code = joinOperands(context, AND, lower, upper, &range);  // releases both on failure
-    else if (code == 0)
-        code = ZELKLOG_RC_NO_MEMORY;
-    if (code == 0) {
+    if (rc == ZELKLOG_RC_OK && upper != nullptr)
+        rc = joinOperands(context, AND, lower, upper, &range);  // releases both on failure
+    else if (rc == ZELKLOG_RC_OK)
+        rc = ZELKLOG_RC_NO_MEMORY;
+    if (rc == ZELKLOG_RC_OK) {
         // joinOperands counted the AND; the two comparisons count as well.
-        if ((code = countOperators(context, 2)) != 0) {
+        if ((rc = countOperators(context, 2)) != ZELKLOG_RC_OK) {
             removeTree(range);
-            return code;
+            return rc;
         }
         *result = range;
         return 0;
@@ -112,7 +113,7 @@ uint32_t buildBetween(QueryParseContext *context, uint64_t field, QueryNode *low
         removeTree(highField);
         removeTree(high);
     }
-    return code;
+    return rc;
 }
 
 }  // namespace
@@ -124,7 +125,7 @@ uint32_t makeLeaf(QueryParseContext *context, int32_t kind, uint64_t tokenValue,
     QueryNode localeRecord{};
     localeRecord.locale = context->locale;
     *result = addNewNode(kind, &token, kind == STRINGCONST ? &localeRecord : nullptr);
-    return *result != nullptr ? 0 : ZELKLOG_RC_NO_MEMORY;
+    return *result != nullptr ? ZELKLOG_RC_OK : ZELKLOG_RC_NO_MEMORY;
 }
 
 uint32_t buildNumberBetween(QueryParseContext *context, uint64_t field, uint64_t low, uint64_t high,

@@ -1,8 +1,8 @@
 // The tree building steps of the grammar's actions.  Each returns 0 with the new
 // subtree in *result, or the code that ends the parse; on failure it has released the
 // operands it was given, so the action only has to stop.
-#ifndef ZELK_QUERY_TREE_BUILDER_H
-#define ZELK_QUERY_TREE_BUILDER_H
+#ifndef SRC_QUERY_TREE_BUILDER_H_
+#define SRC_QUERY_TREE_BUILDER_H_
 
 #include "zelkLogRead.h"
 
@@ -36,4 +36,4 @@ uint32_t buildTextBetween(QueryParseContext *context, uint64_t field, uint64_t u
 
 }  // namespace zelk::query
 
-#endif  // ZELK_QUERY_TREE_BUILDER_H
+#endif  // SRC_QUERY_TREE_BUILDER_H_

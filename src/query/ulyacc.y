@@ -47,6 +47,7 @@ void yyerror(QueryParseContext * /*context*/, const char *message)
 %define api.value.type {QueryNode}
 %define parse.error custom
 %define parse.trace
+%define api.token.prefix {ZELKLOG_GRAMMAR_}
 %parse-param {QueryParseContext *context}
 
 %initial-action {
@@ -164,29 +165,41 @@ static int yyreport_syntax_error(const yypcontext_t *parseContext, QueryParseCon
 
 #undef yyparse
 
-static_assert(YYEOF == 0 && STRINGCONST == 257 && INTCONST == 258 && KEYWORDS == 259 &&
-              SEVTYPES == 260 && MSGTYPES == 261 && ERROR_FOUND == 262, "leaf token codes");
-static_assert(ZELKLOGREC_PRODID == 263 && ZELKLOGREC_ORGID == 264 && ZELKLOGREC_SHORGID == 265 &&
-              ZELKLOGREC_SUBJECT == 266 && ZELKLOGREC_RETURNVAL == 267 && ZELKLOGREC_STDATE == 268 &&
-              ZELKLOGREC_ENDATE == 269 && ZELKLOGREC_LEVEL == 270 && ZELKLOGREC_PID == 271 &&
-              ZELKLOGREC_TID == 272 && ZELKLOGREC_SEV == 273 && ZELKLOGREC_MSGTYPE == 274 &&
-              ZELKLOGREC_CTXTOK == 275 && ZELKLOGREC_PREVTIME == 276 && ZELKLOGREC_WHO == 277 &&
-              ZELKLOGREC_HOSTNAME == 278 && ZELKLOGREC_LOGSETID == 279, "field codes");
-static_assert(BETWEEN == 280 && AND == 281 && OR == 282 && LESS == 283 && GREATER == 284 &&
-              LESSEQ == 285 && GREATEREQ == 286 && EQUAL == 287 && NOTEQUAL == 288 &&
-              ROUND_OPEN == 289 && ROUND_CLOSE == 290, "operator token codes");
+// The grammar's token codes (prefixed ZELKLOG_GRAMMAR_ by the generator) are the codes
+// of the public header that the scanner returns.
+#define ZELK_SAME_TOKEN(name) (static_cast<int>(ZELKLOG_GRAMMAR_##name) == static_cast<int>(name))
+static_assert(ZELKLOG_GRAMMAR_YYEOF == 0 && ZELK_SAME_TOKEN(STRINGCONST) && STRINGCONST == 257 &&
+                  ZELK_SAME_TOKEN(INTCONST) && ZELK_SAME_TOKEN(KEYWORDS) && ZELK_SAME_TOKEN(SEVTYPES) &&
+                  ZELK_SAME_TOKEN(MSGTYPES) && ZELK_SAME_TOKEN(ERROR_FOUND),
+              "leaf token codes");
+static_assert(ZELK_SAME_TOKEN(ZELKLOGREC_PRODID) && ZELKLOGREC_PRODID == 263 && ZELK_SAME_TOKEN(ZELKLOGREC_ORGID) &&
+                  ZELK_SAME_TOKEN(ZELKLOGREC_SHORGID) && ZELK_SAME_TOKEN(ZELKLOGREC_SUBJECT) &&
+                  ZELK_SAME_TOKEN(ZELKLOGREC_RETURNVAL) && ZELK_SAME_TOKEN(ZELKLOGREC_STDATE) &&
+                  ZELK_SAME_TOKEN(ZELKLOGREC_ENDATE) && ZELK_SAME_TOKEN(ZELKLOGREC_LEVEL) &&
+                  ZELK_SAME_TOKEN(ZELKLOGREC_PID) && ZELK_SAME_TOKEN(ZELKLOGREC_TID) &&
+                  ZELK_SAME_TOKEN(ZELKLOGREC_SEV) && ZELK_SAME_TOKEN(ZELKLOGREC_MSGTYPE) &&
+                  ZELK_SAME_TOKEN(ZELKLOGREC_CTXTOK) && ZELK_SAME_TOKEN(ZELKLOGREC_PREVTIME) &&
+                  ZELK_SAME_TOKEN(ZELKLOGREC_WHO) && ZELK_SAME_TOKEN(ZELKLOGREC_HOSTNAME) &&
+                  ZELK_SAME_TOKEN(ZELKLOGREC_LOGSETID) && ZELKLOGREC_LOGSETID == 279,
+              "field codes");
+static_assert(ZELK_SAME_TOKEN(BETWEEN) && BETWEEN == 280 && ZELK_SAME_TOKEN(AND) && ZELK_SAME_TOKEN(OR) &&
+                  ZELK_SAME_TOKEN(LESS) && ZELK_SAME_TOKEN(GREATER) && ZELK_SAME_TOKEN(LESSEQ) &&
+                  ZELK_SAME_TOKEN(GREATEREQ) && ZELK_SAME_TOKEN(EQUAL) && ZELK_SAME_TOKEN(NOTEQUAL) &&
+                  ZELK_SAME_TOKEN(ROUND_OPEN) && ZELK_SAME_TOKEN(ROUND_CLOSE) && ROUND_CLOSE == 290,
+              "operator token codes");
+#undef ZELK_SAME_TOKEN
 // The generator's own codes stay clear of the scanner's: its error token keeps 256 and
 // its undefined-token code moves behind the last token.
-static_assert(YYerror == 256 && YYUNDEF > ROUND_CLOSE, "generator token codes");
+static_assert(ZELKLOG_GRAMMAR_YYerror == 256 && static_cast<int>(ZELKLOG_GRAMMAR_YYUNDEF) > static_cast<int>(ROUND_CLOSE), "generator token codes");
 
 extern "C" ZELKLOG_API int yyparse(QueryParseContext *context)
 {
     if (context == nullptr)
         return static_cast<int>(ZELKLOG_RC_BAD_ARGUMENT);
-    int result = zelkQueryParseRun(context);
-    if (result == 1 && context->abortCode != 0)
-        result = static_cast<int>(context->abortCode);
+    int rc = zelkQueryParseRun(context);
+    if (rc == 1 && context->abortCode != ZELKLOG_RC_OK)
+        rc = static_cast<int>(context->abortCode);
     zelkLogFree(context->pendingText);
     context->pendingText = nullptr;
-    return result;
+    return rc;
 }

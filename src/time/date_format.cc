@@ -33,10 +33,10 @@ bool usableStyle(int32_t style)
     return style >= 0 && base >= UDAT_FULL && base <= UDAT_SHORT;
 }
 
-void releaseOutputs(void **formatter, ZELKLOG_UCHAR **text)
+void releaseOutputs(UDateFormat **formatter, ZELKLOG_UCHAR **text)
 {
     if (*formatter != nullptr)
-        udat_close(static_cast<UDateFormat *>(*formatter));
+        udat_close(*formatter);
     zelkLogFree(*text);
     *formatter = nullptr;
     *text = nullptr;
@@ -47,7 +47,7 @@ void releaseOutputs(void **formatter, ZELKLOG_UCHAR **text)
 extern "C" {
 
 ZELKLOG_API uint32_t GetDateTimeFormat(int32_t timeStyle, int32_t dateStyle, double time, const char *locale,
-                                       void **formatter, ZELKLOG_UCHAR **text)
+                                       UDateFormat **formatter, ZELKLOG_UCHAR **text)
 {
     if (formatter == nullptr || text == nullptr)
         return ZELKLOG_RC_BAD_ARGUMENT;
@@ -89,10 +89,10 @@ ZELKLOG_API uint32_t GetDateTimeFormat(int32_t timeStyle, int32_t dateStyle, dou
     return ZELKLOG_RC_OK;
 }
 
-ZELKLOG_API void ReleaseDateTimeFormat(void *formatter, ZELKLOG_UCHAR *text)
+ZELKLOG_API void ReleaseDateTimeFormat(UDateFormat *formatter, ZELKLOG_UCHAR *text)
 {
     if (formatter != nullptr)
-        udat_close(static_cast<UDateFormat *>(formatter));
+        udat_close(formatter);
     zelkLogFree(text);
 }
 
@@ -101,10 +101,10 @@ ZELKLOG_API uint32_t zelkLogstrftime(int32_t timeStyle, int32_t dateStyle, doubl
 {
     if (text == nullptr)
         return ZELKLOG_RC_BAD_ARGUMENT;
-    void *formatter = nullptr;
+    UDateFormat *formatter = nullptr;
     if (GetDateTimeFormat(timeStyle, dateStyle, time, locale, &formatter, text) != ZELKLOG_RC_OK)
         return ZELKLOG_RC_FAILURE;
-    udat_close(static_cast<UDateFormat *>(formatter));
+    udat_close(formatter);
     return ZELKLOG_RC_OK;
 }
 
@@ -116,7 +116,7 @@ ZELKLOG_API uint32_t zelkLogGetDateFromFormat(int32_t timeStyle, int32_t dateSty
     if (strnlen(dateText, kMaxDateTextBytes + 1) > kMaxDateTextBytes)
         return ZELKLOG_RC_FAILURE;
 
-    void *formatter = nullptr;
+    UDateFormat *formatter = nullptr;
     ZELKLOG_UCHAR *unused = nullptr;
     if (GetDateTimeFormat(timeStyle, dateStyle, 0.0, locale, &formatter, &unused) != ZELKLOG_RC_OK)
         return ZELKLOG_RC_FAILURE;
@@ -143,18 +143,18 @@ ZELKLOG_API uint32_t zelkLogGetDateFromFormat(int32_t timeStyle, int32_t dateSty
     const UDate parsed =
         udat_parse(static_cast<UDateFormat *>(formatter), buffer, length, &position, &status);
 
-    uint32_t result = status == U_ZERO_ERROR ? ZELKLOG_RC_OK : ZELKLOG_RC_FAILURE;
+    uint32_t rc = status == U_ZERO_ERROR ? ZELKLOG_RC_OK : ZELKLOG_RC_FAILURE;
     const double seconds = std::trunc(parsed / kMsPerSecond);
     // Guard the conversion: an out-of-range double does not fit a 64-bit time.
     constexpr double kLimit = 9.2e18;
     if (std::isfinite(seconds) && seconds > -kLimit && seconds < kLimit)
         *time = static_cast<int64_t>(seconds) + getLocalTZOffsetFromGMT();
     else
-        result = ZELKLOG_RC_FAILURE;
+        rc = ZELKLOG_RC_FAILURE;
 
     zelkLogFree(buffer);
     ReleaseDateTimeFormat(formatter, unused);
-    return result;
+    return rc;
 }
 
 }  // extern "C"

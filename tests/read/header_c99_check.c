@@ -1,4 +1,5 @@
 /* The public header must compile as strict C99 and define the records it promises. */
+#define ZELKLOG_TOKEN_NAMES /* the header check covers the opt-in names too */
 #include "zelkLogRead.h"
 
 #include <stddef.h>

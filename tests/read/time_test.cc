@@ -160,7 +160,7 @@ TEST(DateFormat, BadArgumentsLeaveNothingToRelease)
         double time;
     } failing[] = {{-2, 3, 1.0}, {4, 3, 1.0}, {2, -3, 1.0}, {2, 3, NAN}};
     for (const auto &c : failing) {
-        void *formatter = &parsed;
+        ZelkLogUDateFormat *formatter = reinterpret_cast<ZelkLogUDateFormat *>(&parsed);
         ZELKLOG_UCHAR *text = reinterpret_cast<ZELKLOG_UCHAR *>(&parsed);
         EXPECT_EQ(GetDateTimeFormat(c.timeStyle, c.dateStyle, c.time, "en_US", &formatter, &text),
                   ZELKLOG_RC_FAILURE)
@@ -168,7 +168,7 @@ TEST(DateFormat, BadArgumentsLeaveNothingToRelease)
         EXPECT_EQ(formatter, nullptr);
         EXPECT_EQ(text, nullptr);
     }
-    void *formatter = nullptr;
+    ZelkLogUDateFormat *formatter = nullptr;
     EXPECT_EQ(GetDateTimeFormat(2, 3, 1.0, "en_US", &formatter, nullptr), ZELKLOG_RC_BAD_ARGUMENT);
 }
 

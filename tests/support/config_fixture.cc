@@ -2,6 +2,7 @@
 
 #include "zelkLogConfigLayout.h"
 #include "src/core/zelkLogCore.h"
+#include "zelkLogPropertyStore.h"
 
 #include <gtest/gtest.h>
 

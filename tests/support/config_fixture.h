@@ -10,8 +10,8 @@
 // per product, and points ZELKLOG_CONFIG at the global store for the whole process.
 // The destructor restores ZELKLOG_CONFIG and removes the directory.  Failures to write
 // are reported as GoogleTest failures.
-#ifndef ZELK_TEST_CONFIG_FIXTURE_H
-#define ZELK_TEST_CONFIG_FIXTURE_H
+#ifndef TESTS_SUPPORT_CONFIG_FIXTURE_H_
+#define TESTS_SUPPORT_CONFIG_FIXTURE_H_
 
 #include <cstdint>
 #include <map>
@@ -96,4 +96,4 @@ Names storeSections(const std::string &store);
 
 }  // namespace zelk::test
 
-#endif
+#endif  // TESTS_SUPPORT_CONFIG_FIXTURE_H_

@@ -1,8 +1,8 @@
 // Test fixture: temporary directories, records built from a few fields, and log files
 // written with the real writer.  A record from makeRecord points into its RecordFields:
 // keep the fields alive while the record is used, and never release it with zelkLogFreeMsg.
-#ifndef ZELKLOG_TEST_LOG_FIXTURE_H
-#define ZELKLOG_TEST_LOG_FIXTURE_H
+#ifndef TESTS_SUPPORT_LOG_FIXTURE_H_
+#define TESTS_SUPPORT_LOG_FIXTURE_H_
 
 #include "tests/support/open_descriptors.h"
 #include "zelkLogRead.h"
@@ -82,4 +82,4 @@ void setModificationTime(const std::string &path, time_t mtime);
 
 }  // namespace zelk::test
 
-#endif
+#endif  // TESTS_SUPPORT_LOG_FIXTURE_H_

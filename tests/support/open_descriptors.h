@@ -1,8 +1,8 @@
 // The number of descriptors the process has open, for tests and benchmarks that check
 // that fetching leaves none behind.  Header-only, so benchmarks built without the test
 // support archive share it.
-#ifndef ZELK_TEST_OPEN_DESCRIPTORS_H
-#define ZELK_TEST_OPEN_DESCRIPTORS_H
+#ifndef TESTS_SUPPORT_OPEN_DESCRIPTORS_H_
+#define TESTS_SUPPORT_OPEN_DESCRIPTORS_H_
 
 #include <dirent.h>
 
@@ -21,4 +21,4 @@ inline int openDescriptors()
 
 }  // namespace zelk::test
 
-#endif
+#endif  // TESTS_SUPPORT_OPEN_DESCRIPTORS_H_

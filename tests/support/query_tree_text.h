@@ -1,7 +1,7 @@
 // Query trees as compact texts for test expectations:
 //   =(PID, 5)   AND(>(PID, 10), <(PID, 20))   =(SEV, SEV:2)   =(MSGTYPE, MSG:4)   'text'
-#ifndef ZELK_TEST_QUERY_TREE_TEXT_H
-#define ZELK_TEST_QUERY_TREE_TEXT_H
+#ifndef TESTS_SUPPORT_QUERY_TREE_TEXT_H_
+#define TESTS_SUPPORT_QUERY_TREE_TEXT_H_
 
 #include "zelkLogRead.h"
 
@@ -13,4 +13,4 @@ std::string treeText(const QueryNode *node);
 
 }  // namespace zelk::test
 
-#endif
+#endif  // TESTS_SUPPORT_QUERY_TREE_TEXT_H_

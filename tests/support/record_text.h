@@ -3,8 +3,8 @@
 //   record: "k2 p7 o3 f1 n0 t999 pid42 tid17 ctx=- aux=abc who=- sev1 (100|A\"hello\",i4:-1)"
 //   arguments: 1'c  i<size>:<v>  u<size>:<v>  8<v>  9<v>  A"..."  D<size>:<v>  C<v>
 //              (<id>|...)  X"..."  S"..."; a wrong ownsValue adds "!owns".
-#ifndef ZELKLOG_TEST_RECORD_TEXT_H
-#define ZELKLOG_TEST_RECORD_TEXT_H
+#ifndef TESTS_SUPPORT_RECORD_TEXT_H_
+#define TESTS_SUPPORT_RECORD_TEXT_H_
 
 #include "zelkLogRead.h"
 
@@ -15,4 +15,4 @@ std::string renderArgs(const ZelkLogMsgArgList &list);
 std::string renderRecord(const ZelkLogMsg &record);
 }  // namespace zelk::test
 
-#endif
+#endif  // TESTS_SUPPORT_RECORD_TEXT_H_

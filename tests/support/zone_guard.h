@@ -1,6 +1,6 @@
 // Sets the process's time zone (TZ) for a test's scope and restores it afterwards.
-#ifndef ZELKLOG_TEST_ZONE_GUARD_H
-#define ZELKLOG_TEST_ZONE_GUARD_H
+#ifndef TESTS_SUPPORT_ZONE_GUARD_H_
+#define TESTS_SUPPORT_ZONE_GUARD_H_
 
 #include <cstdlib>
 #include <ctime>
@@ -28,4 +28,4 @@ private:
     std::optional<std::string> saved_;
 };
 
-#endif
+#endif  // TESTS_SUPPORT_ZONE_GUARD_H_

@@ -4,8 +4,8 @@
 // parse and restores the defaults afterwards; a parse with the defaults takes the same
 // lock (parseWithOptions(InihOptions{}, ...)) so that it never runs while the options
 // are changed.
-#ifndef ZELKLOG_PLATFORM_INIH_OPTIONS_H
-#define ZELKLOG_PLATFORM_INIH_OPTIONS_H
+#ifndef PLATFORM_SRC_COMMON_INIH_OPTIONS_H_
+#define PLATFORM_SRC_COMMON_INIH_OPTIONS_H_
 
 #include <ini.h>
 
@@ -27,4 +27,4 @@ int parseStringWithOptions(const InihOptions &options, const char *text, ini_han
 
 }  // namespace zelk::core
 
-#endif
+#endif  // PLATFORM_SRC_COMMON_INIH_OPTIONS_H_

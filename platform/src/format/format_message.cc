@@ -220,7 +220,7 @@ uint32_t formatRecord(ZelkLogLocalizerList *localizers, ContextTitleEntry **titl
     // Without a list of the caller's, catalogues are loaded for this call only.
     ZelkLogLocalizerList scratch = {nullptr, 0};
     ZelkLogLocalizerList &list = localizers != nullptr ? *localizers : scratch;
-    uint32_t result = ZELKLOG_RC_OK;
+    uint32_t rc = ZELKLOG_RC_OK;
     try {
         Localizer *localizer = zelk::core::localizerFor(list, formatResource, locale);
         icu::UnicodeString line;
@@ -233,17 +233,17 @@ uint32_t formatRecord(ZelkLogLocalizerList *localizers, ContextTitleEntry **titl
         size_t length = maxLength == 0 ? utf8.size() : utf8Prefix(utf8, maxLength);
         char *copy = static_cast<char *>(zelkLogMalloc(length + 1));
         if (copy == nullptr) {
-            result = ZELKLOG_RC_NO_MEMORY;
+            rc = ZELKLOG_RC_NO_MEMORY;
         } else {
             std::memcpy(copy, utf8.data(), length);
             copy[length] = '\0';
             *text = copy;
         }
     } catch (...) {
-        result = ZELKLOG_RC_NO_MEMORY;
+        rc = ZELKLOG_RC_NO_MEMORY;
     }
     RemoveAllLocalizers(&scratch);
-    return result;
+    return rc;
 }
 
 }  // namespace

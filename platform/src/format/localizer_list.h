@@ -6,8 +6,8 @@
 // one (directory, locale) pair: the catalogue file of that locale, the next locale of
 // the fallback chain (de_AT -> de -> root), and for the locale asked for, the date
 // formatter and the message formatters built so far.
-#ifndef ZELKLOG_PLATFORM_LOCALIZER_LIST_H
-#define ZELKLOG_PLATFORM_LOCALIZER_LIST_H
+#ifndef PLATFORM_SRC_FORMAT_LOCALIZER_LIST_H_
+#define PLATFORM_SRC_FORMAT_LOCALIZER_LIST_H_
 
 #include "platform/src/format/message_catalog.h"
 #include "src/core/zelkLogCore.h"
@@ -55,4 +55,4 @@ UDateFormat *dateFormatFor(Localizer &localizer, bool milliseconds);
 
 }  // namespace zelk::core
 
-#endif
+#endif  // PLATFORM_SRC_FORMAT_LOCALIZER_LIST_H_

@@ -13,8 +13,8 @@
 // longer text continues on the following lines, which start with white space, and
 // the pieces are joined with one space.  ";" or "#" at the start of a line, and ";"
 // after white space, begin a comment.  Lines that cannot be read are skipped.
-#ifndef ZELKLOG_PLATFORM_MESSAGE_CATALOG_H
-#define ZELKLOG_PLATFORM_MESSAGE_CATALOG_H
+#ifndef PLATFORM_SRC_FORMAT_MESSAGE_CATALOG_H_
+#define PLATFORM_SRC_FORMAT_MESSAGE_CATALOG_H_
 
 #include <cstdint>
 #include <map>
@@ -46,4 +46,4 @@ private:
 
 }  // namespace zelk::core
 
-#endif
+#endif  // PLATFORM_SRC_FORMAT_MESSAGE_CATALOG_H_

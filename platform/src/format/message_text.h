@@ -1,7 +1,7 @@
 // The message text of a record: its catalogue text filled with its arguments, or, for an
 // identifier that no catalogue knows, the identifier and the arguments.
-#ifndef ZELKLOG_PLATFORM_MESSAGE_TEXT_H
-#define ZELKLOG_PLATFORM_MESSAGE_TEXT_H
+#ifndef PLATFORM_SRC_FORMAT_MESSAGE_TEXT_H_
+#define PLATFORM_SRC_FORMAT_MESSAGE_TEXT_H_
 
 #include "platform/src/format/localizer_list.h"
 
@@ -18,4 +18,4 @@ icu::UnicodeString fromBytes(const char *text);
 
 }  // namespace zelk::core
 
-#endif
+#endif  // PLATFORM_SRC_FORMAT_MESSAGE_TEXT_H_

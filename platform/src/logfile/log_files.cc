@@ -32,9 +32,9 @@ uint64_t logFileFormat(int directoryFd, const char *name)
     if (fd < 0)
         return 0;
     ZelkLogFileHeader header;
-    uint32_t code = readHeaderFromFd(fd, &header);
+    uint32_t rc = readHeaderFromFd(fd, &header);
     ::close(fd);
-    return code == ZELKLOG_RC_OK || code == ZELKLOG_RC_HEADER_NOTICE ? header.format : 0;
+    return rc == ZELKLOG_RC_OK || rc == ZELKLOG_RC_HEADER_NOTICE ? header.format : 0;
 }
 
 void scanDirectory(const std::string &path, size_t index, std::vector<FoundFile> &found)

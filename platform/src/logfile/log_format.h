@@ -1,7 +1,7 @@
 // Byte layout of a log file: the header and the record frames (docs/log-format.md).
 // Shared by the writer, the reader and the file-list builder of the logging core.
-#ifndef ZELKLOG_PLATFORM_LOG_FORMAT_H
-#define ZELKLOG_PLATFORM_LOG_FORMAT_H
+#ifndef PLATFORM_SRC_LOGFILE_LOG_FORMAT_H_
+#define PLATFORM_SRC_LOGFILE_LOG_FORMAT_H_
 
 #include "src/core/zelkLogCore.h"
 #include "zelkLogWriter.h"
@@ -79,4 +79,4 @@ void encodeFrame(unsigned char *out, const char *text, size_t length);
 
 }  // namespace zelk::core::logfile
 
-#endif
+#endif  // PLATFORM_SRC_LOGFILE_LOG_FORMAT_H_

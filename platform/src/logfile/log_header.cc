@@ -123,10 +123,10 @@ ZELKLOG_API uint32_t ReadHeader(LogFileEntry *entry, ZelkLogFileHeader *header)
         entry->coreWord1 = uint64_t(info.st_dev);
         entry->coreWord2 = uint64_t(info.st_ino);
     }
-    uint32_t code = zelk::core::logfile::readHeaderFromFd(entry->file.fd, header);
-    if (code != ZELKLOG_RC_OK && code != ZELKLOG_RC_HEADER_NOTICE)
+    uint32_t rc = zelk::core::logfile::readHeaderFromFd(entry->file.fd, header);
+    if (rc != ZELKLOG_RC_OK && rc != ZELKLOG_RC_HEADER_NOTICE)
         std::memset(header, 0, sizeof *header);
-    return code;
+    return rc;
 }
 
 // 1 when the entry's open file is the one whose identity the entry keeps (or none is

@@ -62,13 +62,13 @@ ZELKLOG_API int zelkLogOs_close(LogOsFile *file)
 {
     if (file == nullptr)
         return 0;
-    int result = 0;
+    int rc = 0;
     if (file->fd >= 0 && ::close(file->fd) != 0 && errno != EINTR)
-        result = -1;
+        rc = -1;
     file->fd = -1;
     file->readerState = 0;
-    storeState(file, freshState());
-    return result;
+    zelk::core::logfile::storeState(file, zelk::core::logfile::freshState());
+    return rc;
 }
 
 // Closes the descriptor of an open handle but keeps its unread bytes, so that reading

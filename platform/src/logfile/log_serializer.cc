@@ -146,9 +146,9 @@ uint32_t argument(Text &out, const ZelkLogMsgArg &arg, int depth)
     case ZELKLOG_ARG_LIST: {
         if (v.list == nullptr)
             return ZELKLOG_RC_BAD_ARGUMENT;
-        uint32_t code = argumentList(out, *v.list, depth + 1);
+        uint32_t rc = argumentList(out, *v.list, depth + 1);
         out.put(',');
-        return code;
+        return rc;
     }
     default:
         return ZELKLOG_RC_BAD_ARGUMENT;
@@ -163,9 +163,9 @@ uint32_t argumentList(Text &out, const ZelkLogMsgArgList &list, int depth)
     out.number(list.msgId);
     out.put('|');
     for (ZelkLogMsgArg *const *arg = list.args; arg != nullptr && *arg != nullptr; ++arg) {
-        uint32_t code = argument(out, **arg, depth);
-        if (code != 0)
-            return code;
+        uint32_t rc = argument(out, **arg, depth);
+        if (rc != ZELKLOG_RC_OK)
+            return rc;
     }
     out.put(')');
     return 0;
@@ -249,10 +249,10 @@ ZELKLOG_API uint32_t zelkLogSerializeMsg(const ZelkLogMsg *record, uint64_t form
     // Room for the terminator, and never more than one record holds.
     size_t room = std::min(capacity - 1, size_t(ZELKLOG_MAX_RECORD_TEXT));
     zelk::core::logfile::Text out(text, room);
-    uint32_t code = zelk::core::logfile::serialize(out, *record, format);
-    if (code != 0) {
+    uint32_t rc = zelk::core::logfile::serialize(out, *record, format);
+    if (rc != ZELKLOG_RC_OK) {
         text[0] = '\0';
-        return code;
+        return rc;
     }
     if (out.full()) {
         text[0] = '\0';

@@ -172,25 +172,25 @@ ZELKLOG_API uint32_t zelkLogWriterOpen(const char *path, ZelkLogWriter **writer)
         return ZELKLOG_RC_FAILURE;
     ZelkLogFileHeader header;
     uint32_t writers = 0;
-    uint32_t code = ZELKLOG_RC_OK;
+    uint32_t rc = ZELKLOG_RC_OK;
     {
         FileLock lock(fd);
         unsigned char bytes[kHeaderSize];
         ssize_t got = pread(fd, bytes, sizeof bytes, 0);
         if (!lock.locked() || got < 0)
-            code = ZELKLOG_RC_FAILURE;
+            rc = ZELKLOG_RC_FAILURE;
         else if (!decodeHeader(bytes, size_t(got), &header, &writers))
-            code = ZELKLOG_RC_NOT_A_LOG_FILE;
+            rc = ZELKLOG_RC_NOT_A_LOG_FILE;
         else {
             // Alone (exclusive presence succeeds): any count found is stale.
             writers = presenceLock(fd, F_WRLCK) ? 1 : writers + 1;
             if (!presenceLock(fd, F_RDLCK) || !storeWriterCount(fd, writers))
-                code = ZELKLOG_RC_FAILURE;
+                rc = ZELKLOG_RC_FAILURE;
         }
     }
-    if (code != ZELKLOG_RC_OK) {
+    if (rc != ZELKLOG_RC_OK) {
         ::close(fd);
-        return code;
+        return rc;
     }
     return newWriter(fd, header.format, writer);
 }
@@ -222,9 +222,9 @@ ZELKLOG_API uint32_t zelkLogWriterAppendMsg(ZelkLogWriter *writer, const ZelkLog
         return ZELKLOG_RC_BAD_ARGUMENT;
     char text[kMaxText + 1];
     size_t length = 0;
-    uint32_t code = zelkLogSerializeMsg(record, writer->format, text, sizeof text, &length);
-    if (code != ZELKLOG_RC_OK)
-        return code;
+    uint32_t rc = zelkLogSerializeMsg(record, writer->format, text, sizeof text, &length);
+    if (rc != ZELKLOG_RC_OK)
+        return rc;
     return zelkLogWriterAppend(writer, text, length);
 }
 
@@ -232,23 +232,23 @@ ZELKLOG_API uint32_t zelkLogWriterClose(ZelkLogWriter *writer)
 {
     if (writer == nullptr)
         return ZELKLOG_RC_OK;
-    uint32_t code = ZELKLOG_RC_OK;
+    uint32_t rc = ZELKLOG_RC_OK;
     {
         FileLock lock(writer->fd);
         uint32_t writers = 0;
         if (!lock.locked() || !loadWriterCount(writer->fd, &writers))
-            code = ZELKLOG_RC_FAILURE;
+            rc = ZELKLOG_RC_FAILURE;
         else {
             // The last live writer clears the mark whatever count it finds.
             writers = presenceLock(writer->fd, F_WRLCK) ? 0 : (writers > 1 ? writers - 1 : 1);
             if (!storeWriterCount(writer->fd, writers))
-                code = ZELKLOG_RC_FAILURE;
+                rc = ZELKLOG_RC_FAILURE;
         }
     }
     if (::close(writer->fd) != 0 && errno != EINTR)
-        code = ZELKLOG_RC_FAILURE;
+        rc = ZELKLOG_RC_FAILURE;
     delete writer;
-    return code;
+    return rc;
 }
 
 }  // extern "C"

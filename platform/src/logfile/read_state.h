@@ -1,8 +1,8 @@
 // The reader's bookkeeping inside LogOsFile::area: a read-ahead buffer and where it is.
 // The handle's readerState always equals the number of buffered, unread bytes; when the
 // two disagree (zelkLogOs_seek sets readerState to 0), the buffer is dropped.
-#ifndef ZELKLOG_PLATFORM_READ_STATE_H
-#define ZELKLOG_PLATFORM_READ_STATE_H
+#ifndef PLATFORM_SRC_LOGFILE_READ_STATE_H_
+#define PLATFORM_SRC_LOGFILE_READ_STATE_H_
 
 #include "src/core/zelkLogCore.h"
 
@@ -54,4 +54,4 @@ inline ReadState freshState()
 
 }  // namespace zelk::core::logfile
 
-#endif
+#endif  // PLATFORM_SRC_LOGFILE_READ_STATE_H_

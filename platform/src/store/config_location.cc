@@ -31,15 +31,15 @@ ZELKLOG_API uint32_t GetProductCfgPath(const char *globalLocation, uint64_t prod
         globalLocation = GetZelkLogCfgLoc();
     try {
         std::shared_ptr<const zelk::store::StoreData> data;
-        uint32_t code = zelk::store::loadShared(globalLocation, data);
-        if (code != 0)
-            return code == UTI_PS_NO_MEMORY ? code : UTI_PS_NO_STORE;
+        uint32_t rc = zelk::store::loadShared(globalLocation, data);
+        if (rc != UTI_PS_OK)
+            return rc == UTI_PS_NO_MEMORY ? rc : UTI_PS_NO_STORE;
         const zelk::store::Section *product = data->find(std::to_string(productId));
         const std::string *storePath = product == nullptr ? nullptr : product->get(ZELKLOG_CFG_CONFIG_PATH);
         if (storePath == nullptr)
             return UTI_PS_NO_STORE;
         *path = zelkLogSafeStrdup(storePath->c_str());
-        return *path == nullptr ? UTI_PS_NO_MEMORY : 0;
+        return *path == nullptr ? UTI_PS_NO_MEMORY : UTI_PS_OK;
     } catch (const std::bad_alloc &) {
         return UTI_PS_NO_MEMORY;
     }

@@ -99,12 +99,12 @@ uint32_t readProduct(const Section &section, ZelkLogProductCfg *&record)
         data.storePath = *storePath;
         if (!data.storePath.empty()) {
             std::shared_ptr<const StoreData> store;
-            uint32_t code = zelk::store::loadShared(data.storePath, store);
-            if (code != 0)
-                return utipsres2zelklogres(code);
-            code = readOriginators(*store, data.originators);
-            if (code != 0)
-                return code;
+            uint32_t rc = zelk::store::loadShared(data.storePath, store);
+            if (rc != UTI_PS_OK)
+                return utipsres2zelklogres(rc);
+            rc = readOriginators(*store, data.originators);
+            if (rc != ZELKLOG_RC_OK)
+                return rc;
         }
     }
     const std::string *directory = section.get(ZELKLOG_CFG_LOG_DIRECTORY);
@@ -132,29 +132,29 @@ ZELKLOG_API uint32_t zelkLogReadAllCfg(uint32_t /*flags*/, uint32_t capacity, Ze
     *count = 0;
     try {
         std::shared_ptr<const StoreData> store;
-        uint32_t code = zelk::store::loadShared(GetZelkLogCfgLoc(), store);
-        if (code != 0)
-            return utipsres2zelklogres(code);
+        uint32_t rc = zelk::store::loadShared(GetZelkLogCfgLoc(), store);
+        if (rc != UTI_PS_OK)
+            return utipsres2zelklogres(rc);
         const StoreData &global = *store;
-        uint32_t result = 0;
+        uint32_t firstRc = ZELKLOG_RC_OK;
         for (size_t i = 0; i < global.namedCount(); ++i) {
             const Section &section = global.named(i);
             if (!isProductSection(section.name))
                 continue;
             if (*count == capacity) {
                 // More products than room: those that fit are delivered.
-                return result != 0 ? result : ZELKLOG_RC_NO_MEMORY;
+                return firstRc != ZELKLOG_RC_OK ? firstRc : ZELKLOG_RC_NO_MEMORY;
             }
             ZelkLogProductCfg *record = nullptr;
-            code = readProduct(section, record);
-            if (code != 0) {
-                if (result == 0)
-                    result = code;
+            rc = readProduct(section, record);
+            if (rc != ZELKLOG_RC_OK) {
+                if (firstRc == ZELKLOG_RC_OK)
+                    firstRc = rc;
                 continue;
             }
             array[(*count)++] = record;
         }
-        return result;
+        return firstRc;
     } catch (const std::bad_alloc &) {
         return ZELKLOG_RC_NO_MEMORY;
     }

@@ -1,7 +1,7 @@
 // The logging core's own part of a product configuration record (ZelkLogProductCfg::coreData):
 // what GetIdFromName answers from, and what the configuration reader fills from the stores.
-#ifndef ZELKLOG_PLATFORM_PRODUCT_CONFIG_H
-#define ZELKLOG_PLATFORM_PRODUCT_CONFIG_H
+#ifndef PLATFORM_SRC_STORE_PRODUCT_CONFIG_H_
+#define PLATFORM_SRC_STORE_PRODUCT_CONFIG_H_
 
 #include "src/core/zelkLogCore.h"
 
@@ -40,4 +40,4 @@ inline const ProductData *productData(const ZelkLogProductCfg *record)
 
 }  // namespace zelk::core
 
-#endif
+#endif  // PLATFORM_SRC_STORE_PRODUCT_CONFIG_H_

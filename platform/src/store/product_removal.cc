@@ -21,19 +21,19 @@ ZELKLOG_API uint32_t zelkLogRemoveProductCfg(uint64_t productId)
         return ZELKLOG_RC_BAD_ARGUMENT;
     try {
         char *path = nullptr;
-        uint32_t code = GetProductCfgPath(GetZelkLogCfgLoc(), productId, &path);
-        if (code != 0)
-            return utipsres2zelklogres(code);
+        uint32_t rc = GetProductCfgPath(GetZelkLogCfgLoc(), productId, &path);
+        if (rc != UTI_PS_OK)
+            return utipsres2zelklogres(rc);
         // Owned before the copy, which may throw, so that the path is released either way.
         std::unique_ptr<char, void (*)(void *)> owned(path, zelkLogFree);
         std::string storePath = owned.get();
         owned.reset();
         if (storePath.empty())
             return 0;
-        code = zelk::store::deleteStore(storePath);
-        if (code == 0)
-            code = zelk::store::deleteStore(storePath + ZELKLOG_CFG_LOGSET_STORE_SUFFIX);
-        return utipsres2zelklogres(code);
+        rc = zelk::store::deleteStore(storePath);
+        if (rc == UTI_PS_OK)
+            rc = zelk::store::deleteStore(storePath + ZELKLOG_CFG_LOGSET_STORE_SUFFIX);
+        return utipsres2zelklogres(rc);
     } catch (const std::bad_alloc &) {
         return ZELKLOG_RC_NO_MEMORY;
     }

@@ -53,10 +53,10 @@ uint32_t attach(UtiPropertyStore *handle, const char *location, const char *path
 uint32_t change(OpenStore &store, const std::function<uint32_t(StoreData &)> &edit)
 {
     StoreData after;
-    uint32_t code = zelk::store::updateStore(store.location, false, edit, &after);
-    if (code == 0)
+    uint32_t rc = zelk::store::updateStore(store.location, false, edit, &after);
+    if (rc == UTI_PS_OK)
         store.data = std::make_shared<const StoreData>(std::move(after));
-    return code;
+    return rc;
 }
 
 }  // namespace
@@ -75,9 +75,9 @@ ZELKLOG_API uint32_t utiOpenPropertyStore(const char *location, const char *prop
         return UTI_PS_BAD_ARGUMENT;
     return guarded([&] {
         std::shared_ptr<const StoreData> data;
-        uint32_t code = zelk::store::loadShared(location, data);
-        if (code != 0)
-            return code;
+        uint32_t rc = zelk::store::loadShared(location, data);
+        if (rc != UTI_PS_OK)
+            return rc;
         if (*propertyPath != '\0' && data->find(propertyPath) == nullptr)
             return UTI_PS_NOT_FOUND;
         return attach(handle, location, propertyPath, flag, std::move(data));
@@ -103,7 +103,7 @@ ZELKLOG_API uint32_t CreatePropertyString(const char *location, const char *prop
             return attach(handle, location, propertyPath, 0, std::move(existing));
         StoreData data;
         std::string path = propertyPath;
-        uint32_t code = zelk::store::updateStore(
+        uint32_t rc = zelk::store::updateStore(
             location, true,
             [&path](StoreData &store) {
                 if (store.find(path) != nullptr)
@@ -112,8 +112,8 @@ ZELKLOG_API uint32_t CreatePropertyString(const char *location, const char *prop
                 return 0u;
             },
             &data);
-        if (code != 0)
-            return code;
+        if (rc != UTI_PS_OK)
+            return rc;
         return attach(handle, location, propertyPath, 0, std::make_shared<const StoreData>(std::move(data)));
     });
 }
@@ -155,7 +155,7 @@ ZELKLOG_API uint32_t utiGetPropertyAsStr(UtiPropertyStore *handle, const char *n
     if (text == nullptr)
         return UTI_PS_NOT_FOUND;
     *value = zelkLogSafeStrdup(text->c_str());
-    return *value == nullptr ? UTI_PS_NO_MEMORY : 0;
+    return *value == nullptr ? UTI_PS_NO_MEMORY : UTI_PS_OK;
 }
 
 ZELKLOG_API uint32_t utiSetPropertyAsStr(UtiPropertyStore *handle, const char *name, const char *value)
@@ -215,7 +215,7 @@ ZELKLOG_API uint32_t utipsres2zelklogres(uint32_t storeCode)
     case UTI_PS_IO_ERROR:
         return ZELKLOG_RC_FAILURE;
     case UTI_PS_OPEN_FAILED:
-        return 2u;  // the library's "store could not be opened"
+        return ZELKLOG_RC_STORE_NOT_OPENED;
     case UTI_PS_BAD_ARGUMENT:
         return ZELKLOG_RC_BAD_ARGUMENT;
     case UTI_PS_NO_MEMORY:

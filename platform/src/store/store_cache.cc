@@ -4,6 +4,7 @@
 // the very same bytes is handed out again.  Comparing the whole text (not a time stamp
 // or an inode) keeps the cache exact however fast writers replace a file.
 #include "platform/src/store/store_file.h"
+#include "src/core/zelkLogCore.h"
 #include "zelkLogPropertyStore.h"
 
 #include <algorithm>
@@ -32,9 +33,9 @@ uint32_t loadShared(const std::string &location, std::shared_ptr<const StoreData
     if (location.empty())
         return UTI_PS_OPEN_FAILED;
     std::string text;
-    uint32_t code = readStoreText(location, text);
-    if (code != 0)
-        return code;
+    uint32_t rc = readStoreText(location, text);
+    if (rc != UTI_PS_OK)
+        return rc;
     {
         std::lock_guard<std::mutex> guard(cacheLock);
         for (size_t i = 0; i < cache.size(); ++i) {
@@ -47,9 +48,9 @@ uint32_t loadShared(const std::string &location, std::shared_ptr<const StoreData
         }
     }
     auto data = std::make_shared<StoreData>();
-    code = parseStore(text, *data);
-    if (code != 0)
-        return code;
+    rc = parseStore(text, *data);
+    if (rc != UTI_PS_OK)
+        return rc;
     out = data;
     if (text.size() > kLargestCachedText)
         return 0;

@@ -1,7 +1,7 @@
 // The in-memory form of one property store: named sections of string properties, in
 // file order.  Section "" is the top (properties before the first section header).
-#ifndef ZELKLOG_PLATFORM_STORE_DATA_H
-#define ZELKLOG_PLATFORM_STORE_DATA_H
+#ifndef PLATFORM_SRC_STORE_STORE_DATA_H_
+#define PLATFORM_SRC_STORE_STORE_DATA_H_
 
 #include <cstdint>
 #include <string>
@@ -50,4 +50,4 @@ std::string formatStore(const StoreData &data);
 
 }  // namespace zelk::store
 
-#endif
+#endif  // PLATFORM_SRC_STORE_STORE_DATA_H_

@@ -148,16 +148,16 @@ uint32_t replaceFile(const std::string &location, const std::string &text)
         return codeForErrno(errno);
     struct stat old;
     mode_t mode = ::stat(location.c_str(), &old) == 0 ? (old.st_mode & 07777) : 0644;
-    uint32_t code = writeAll(fd.get(), text);
-    if (code == 0 && (::fchmod(fd.get(), mode) != 0 || ::fsync(fd.get()) != 0))
-        code = codeForErrno(errno);
-    if (code == 0 && ::close(fd.release()) != 0)
-        code = codeForErrno(errno);
-    if (code == 0 && ::rename(temporary.c_str(), location.c_str()) != 0)
-        code = codeForErrno(errno);
-    if (code != 0) {
+    uint32_t rc = writeAll(fd.get(), text);
+    if (rc == UTI_PS_OK && (::fchmod(fd.get(), mode) != 0 || ::fsync(fd.get()) != 0))
+        rc = codeForErrno(errno);
+    if (rc == UTI_PS_OK && ::close(fd.release()) != 0)
+        rc = codeForErrno(errno);
+    if (rc == UTI_PS_OK && ::rename(temporary.c_str(), location.c_str()) != 0)
+        rc = codeForErrno(errno);
+    if (rc != UTI_PS_OK) {
         ::unlink(temporary.c_str());
-        return code;
+        return rc;
     }
     return syncDirectory(directoryOf(location));
 }
@@ -188,8 +188,8 @@ uint32_t loadStore(const std::string &location, StoreData &out)
     if (location.empty())
         return UTI_PS_OPEN_FAILED;
     std::string text;
-    uint32_t code = readStoreText(location, text);
-    return code != 0 ? code : parseStore(text, out);
+    uint32_t rc = readStoreText(location, text);
+    return rc != UTI_PS_OK ? rc : parseStore(text, out);
 }
 
 uint32_t updateStore(const std::string &location, bool create,
@@ -198,26 +198,26 @@ uint32_t updateStore(const std::string &location, bool create,
     if (location.empty())
         return UTI_PS_OPEN_FAILED;
     WriterLock lock;
-    uint32_t code = lock.acquire(location);
-    if (code != 0)
-        return code;
+    uint32_t rc = lock.acquire(location);
+    if (rc != UTI_PS_OK)
+        return rc;
     StoreData data;
-    code = loadStore(location, data);
-    bool exists = code == 0;
-    if (code == UTI_PS_NO_STORE && create)
-        code = 0;
-    if (code != 0)
-        return code;
-    code = change(data);
-    if (code == kUnchanged && !exists)
-        code = 0;  // a store that was asked to exist is written even when empty
-    if (code == 0)
-        code = replaceFile(location, formatStore(data));
-    else if (code == kUnchanged)
-        code = 0;
-    if (code == 0 && result != nullptr)
+    rc = loadStore(location, data);
+    bool exists = rc == UTI_PS_OK;
+    if (rc == UTI_PS_NO_STORE && create)
+        rc = UTI_PS_OK;
+    if (rc != UTI_PS_OK)
+        return rc;
+    rc = change(data);
+    if (rc == kUnchanged && !exists)
+        rc = UTI_PS_OK;  // a store that was asked to exist is written even when empty
+    if (rc == UTI_PS_OK)
+        rc = replaceFile(location, formatStore(data));
+    else if (rc == kUnchanged)
+        rc = UTI_PS_OK;
+    if (rc == UTI_PS_OK && result != nullptr)
         *result = std::move(data);
-    return code;
+    return rc;
 }
 
 uint32_t deleteStore(const std::string &location)
@@ -225,11 +225,11 @@ uint32_t deleteStore(const std::string &location)
     if (location.empty())
         return UTI_PS_OPEN_FAILED;
     WriterLock lock;
-    uint32_t code = lock.acquire(location);
-    if (code == UTI_PS_NO_STORE)
+    uint32_t rc = lock.acquire(location);
+    if (rc == UTI_PS_NO_STORE)
         return 0;  // no directory: no store either
-    if (code != 0)
-        return code;
+    if (rc != UTI_PS_OK)
+        return rc;
     if (::unlink(location.c_str()) != 0 && errno != ENOENT)
         return codeForErrno(errno);
     return syncDirectory(directoryOf(location));

@@ -1,6 +1,6 @@
 // A store on disk: reading, atomic replacement and the writers' lock.
-#ifndef ZELKLOG_PLATFORM_STORE_FILE_H
-#define ZELKLOG_PLATFORM_STORE_FILE_H
+#ifndef PLATFORM_SRC_STORE_STORE_FILE_H_
+#define PLATFORM_SRC_STORE_STORE_FILE_H_
 
 #include "platform/src/store/store_data.h"
 
@@ -41,4 +41,4 @@ uint32_t readStoreText(const std::string &location, std::string &text);
 
 }  // namespace zelk::store
 
-#endif
+#endif  // PLATFORM_SRC_STORE_STORE_FILE_H_

@@ -16,6 +16,7 @@
 // empty sections are kept; everything else (comments, "name = value" splitting, blank
 // stripping, syntax errors) is inih's.
 #include "platform/src/store/store_data.h"
+#include "src/core/zelkLogCore.h"
 #include "zelkLogPropertyStore.h"
 
 #include "platform/src/common/inih_options.h"
@@ -218,7 +219,7 @@ uint32_t parseStore(std::string_view text, StoreData &out)
     int result = zelk::core::parseWithOptions(storeOptions(), readLine, &state, onProperty, &state);
     if (state.noMemory || result == -2)
         return UTI_PS_NO_MEMORY;
-    return result == 0 ? 0u : UTI_PS_CORRUPT;
+    return result == 0 ? UTI_PS_OK : UTI_PS_CORRUPT;
 }
 
 std::string formatStore(const StoreData &data)
