@@ -53,6 +53,10 @@ ZELKLOG_API uint32_t zelkLogRemoveProductCfg(uint64_t productId);
 
 /* --- log files and raw records --- */
 ZELKLOG_API uint32_t GetLogFiles(ZelkLogProductCfg **array, uint64_t count, LogQuery *query);
+/* Only times read from date texts are local wall-clock times that a zone offset moves:
+ * the date check marks such INTCONST leaves with this visitMark (other leaves keep 0),
+ * and updateQueryForTZ moves only marked leaves. */
+#define ZELKLOG_DATE_TEXT_MARK 1u
 ZELKLOG_API uint32_t updateQueryForTZ(QueryNode *root, int64_t tzOffset);
 /* access 1: read only.  Returns 0 when open (fd set), non-zero otherwise (fd -1). */
 ZELKLOG_API int zelkLogOs_open(LogOsFile *file, const char *path, int access, int mode);
