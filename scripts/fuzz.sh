@@ -13,6 +13,10 @@ CC=clang CXX=clang++ cmake -S "$root" -B "$build" -G Ninja -DZELK_FUZZ=ON \
 cmake --build "$build" -j2
 mkdir -p "$build/findings"
 export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1}
+# The log-file and store harnesses write a file per run: keep it in memory when possible.
+if [ -d /dev/shm ] && [ -w /dev/shm ]; then
+  export TMPDIR=/dev/shm
+fi
 status=0
 for target in decode logfile query store; do
   corpus=$build/corpus/$target
