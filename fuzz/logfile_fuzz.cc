@@ -25,7 +25,9 @@
 
 namespace {
 
-char gDirectory[] = "/tmp/zelk-logfile-fuzz-XXXXXX";
+// Under $TMPDIR (scripts/fuzz.sh points it at a memory file system: every run writes
+// a file), else /tmp.
+std::string gDirectory;
 std::string gPath;
 
 void put32(std::string &out, size_t at, uint32_t value)
@@ -81,7 +83,7 @@ void writeFile(const std::string &bytes)
 void cleanUp()
 {
     unlink(gPath.c_str());
-    rmdir(gDirectory);
+    rmdir(gDirectory.c_str());
 }
 
 // Reads and decodes one record; false at the end of the readable records.
@@ -129,9 +131,11 @@ void readAll(int32_t readerState)
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***)
 {
-    if (mkdtemp(gDirectory) == nullptr)
+    const char *base = std::getenv("TMPDIR");
+    gDirectory = std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/zelk-logfile-fuzz-XXXXXX";
+    if (mkdtemp(gDirectory.data()) == nullptr)
         std::abort();
-    gPath = std::string(gDirectory) + "/fuzz.log";
+    gPath = gDirectory + "/fuzz.log";
     std::atexit(cleanUp);
     return 0;
 }

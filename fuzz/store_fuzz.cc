@@ -18,7 +18,9 @@
 
 namespace {
 
-char gDirectory[] = "/tmp/zelk-store-fuzz-XXXXXX";
+// Under $TMPDIR (scripts/fuzz.sh points it at a memory file system: every run writes
+// a file), else /tmp.
+std::string gDirectory;
 std::string gPath;
 
 const char *const kProperties[] = {"Names",     "LogDirectory", "ConfigPath",     "FileId",
@@ -139,16 +141,18 @@ void cleanUp()
 {
     unlink(gPath.c_str());
     unlink((gPath + ".lock").c_str());
-    rmdir(gDirectory);
+    rmdir(gDirectory.c_str());
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***)
 {
-    if (mkdtemp(gDirectory) == nullptr)
+    const char *base = std::getenv("TMPDIR");
+    gDirectory = std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/zelk-store-fuzz-XXXXXX";
+    if (mkdtemp(gDirectory.data()) == nullptr)
         std::abort();
-    gPath = std::string(gDirectory) + "/store.conf";
+    gPath = gDirectory + "/store.conf";
     setenv("ZELKLOG_CONFIG", gPath.c_str(), 1);
     std::atexit(cleanUp);
     return 0;

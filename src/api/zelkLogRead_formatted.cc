@@ -1,6 +1,7 @@
 // The formatted fetch: the next record in time order, formatted by the logging core in
 // a chosen locale and released, handed out as text.
 #include "src/core/zelkLogCore.h"
+#include "src/time/locale_check.h"
 
 #include <unicode/uloc.h>
 
@@ -19,7 +20,8 @@ ZELKLOG_API uint32_t zelkLogFetchNextFormattedMessage(LogQuery *query, uintptr_t
                                                       const char *locale, uint64_t flags, char **text)
 {
     // Without a place for the text a formatted record would be lost: refuse before fetching.
-    if (text == nullptr)
+    // A locale ICU cannot use must not become the process default: refuse it as well.
+    if (text == nullptr || !zelk::time::usableLocale(locale))
         return ZELKLOG_RC_BAD_ARGUMENT;
     uint32_t formatFlags = static_cast<uint32_t>(flags);
     if (formatFlags == 0)

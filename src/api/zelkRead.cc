@@ -2,6 +2,7 @@
 // product configuration, and the logging core lists the log files to read.
 #include "src/core/zelkLogCore.h"
 #include "src/api/merge_state.h"
+#include "src/time/locale_check.h"
 
 #include <cstring>
 
@@ -88,6 +89,10 @@ ZELKLOG_API uint32_t zelkLogCreateQueryEx2(const char *queryText, const char *lo
     if (query == nullptr || queryText == nullptr || queryText[0] == '\0')
         return ZELKLOG_RC_BAD_ARGUMENT;
     if (logDirectory != nullptr && !directoryFits(logDirectory))
+        return ZELKLOG_RC_BAD_ARGUMENT;
+    // Date texts of the filter are read in this locale: one ICU cannot use is refused
+    // here, whatever the filter holds.
+    if (!zelk::time::usableLocale(locale))
         return ZELKLOG_RC_BAD_ARGUMENT;
 
     std::memset(query, 0, sizeof *query);

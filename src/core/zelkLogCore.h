@@ -128,8 +128,13 @@ ZELKLOG_API uint32_t zelkLogRemoveProductCfg(uint64_t productId);
  * zelkLogDestroyQuery with zelkLogFree); coreWord1 and coreWord2 of each entry are the
  * core's. */
 ZELKLOG_API uint32_t GetLogFiles(ZelkLogProductCfg **array, uint64_t count, LogQuery *query);
-/* Shifts every INTCONST compared with STDATE/ENDATE by a time-zone offset (held at the
- * 64-bit limits).
+/* Only times read from date texts are local wall-clock times that a zone offset moves:
+ * the date check marks such INTCONST leaves with this visitMark (other leaves keep 0),
+ * and updateQueryForTZ moves only marked leaves. */
+#define ZELKLOG_DATE_TEXT_MARK 1u
+/* Shifts every INTCONST leaf marked ZELKLOG_DATE_TEXT_MARK (a time read from a date text)
+ * by a time-zone offset (held at the 64-bit limits); PREVTIME windows and plain numbers
+ * stay as they are.
  *   root      the query tree.
  *   tzOffset  signed seconds.
  * Codes: ZELKLOG_RC_OK; ZELKLOG_RC_BAD_ARGUMENT for a null root or ZELKLOG_NO_TZ_ADJUST. */

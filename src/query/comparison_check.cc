@@ -24,6 +24,7 @@ uint32_t convertDateText(QueryNode *value)
     zelkLogFree(text);
     value->kind = INTCONST;
     value->value = static_cast<uint64_t>(seconds);
+    value->visitMark = ZELKLOG_DATE_TEXT_MARK;  // a local time: a zone adjustment moves it
     return ZELKLOG_RC_OK;
 }
 

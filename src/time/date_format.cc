@@ -4,6 +4,7 @@
 // the instant by the local offset before formatting, and a parsed instant is shifted
 // back afterwards, so the formatter itself never applies a zone rule.
 #include "src/core/zelkLogCore.h"
+#include "src/time/locale_check.h"
 
 #include <unicode/ucal.h>
 #include <unicode/udat.h>
@@ -53,7 +54,8 @@ ZELKLOG_API uint32_t GetDateTimeFormat(int32_t timeStyle, int32_t dateStyle, dou
         return ZELKLOG_RC_BAD_ARGUMENT;
     *formatter = nullptr;
     *text = nullptr;
-    if (!usableStyle(timeStyle) || !usableStyle(dateStyle) || !std::isfinite(time))
+    if (!usableStyle(timeStyle) || !usableStyle(dateStyle) || !std::isfinite(time) ||
+        !zelk::time::usableLocale(locale))
         return ZELKLOG_RC_FAILURE;
 
     UErrorCode status = U_ZERO_ERROR;

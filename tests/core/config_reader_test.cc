@@ -1,6 +1,7 @@
 // The configuration reader and name lookup of the logging core, over real store files.
 #include "tests/support/config_fixture.h"
 #include "src/core/zelkLogCore.h"
+#include "zelkLogConfigLayout.h"
 
 #include <gtest/gtest.h>
 
@@ -72,6 +73,23 @@ TEST_F(ConfigReader, SkipsBrokenProductsAndReportsThem)
     EXPECT_EQ(array.code, ZELKLOG_RC_STORE_UNAVAILABLE);
     ASSERT_EQ(array.count, 2u);
     EXPECT_EQ(array.id(ZELKLOGREC_PRODID, "shop"), 12u);
+}
+
+// A log directory that with its "/" does not fit the record is refused, product and
+// all, rather than cut to a shorter path (which may name its parent directory).
+TEST_F(ConfigReader, OverLongLogDirectoryBreaksItsProduct)
+{
+    const std::string parent = "/" + std::string(1021, 'p');  // 1022 characters: just fits
+    for (const std::string &directory : {parent, parent + "/child"}) {
+        config.setProperty(config.globalStore(), "12", ZELKLOG_CFG_LOG_DIRECTORY, directory);
+        ConfigArray array;
+        bool fits = directory == parent;
+        EXPECT_EQ(array.code, fits ? 0u : ZELKLOG_RC_BAD_ARGUMENT);
+        ASSERT_EQ(array.count, fits ? 2u : 1u);
+        if (fits) {
+            EXPECT_EQ(array.records[1]->logDirectory, parent + "/");
+        }
+    }
 }
 
 TEST_F(ConfigReader, BadOriginatorSectionBreaksItsProduct)

@@ -163,22 +163,32 @@ QueryNode *node(int32_t kind, uint64_t value, QueryNode *left = nullptr, QueryNo
     return left != nullptr ? addNewNode(kind, left, right) : addNewNode(kind, &record, nullptr);
 }
 
-TEST(UpdateQueryForTZ, ShiftsOnlyDateConstants)
+QueryNode *dateText(uint64_t seconds)  // a leaf as the date check leaves a date text
 {
-    // (STDATE >= 1000 && 2000 > ENDATE) || (PID = 1000 && STDATE < MAX)
-    QueryNode *start = node(INTCONST, 1000);
-    QueryNode *end = node(INTCONST, 2000);
+    QueryNode *leaf = node(INTCONST, seconds);
+    leaf->visitMark = ZELKLOG_DATE_TEXT_MARK;
+    return leaf;
+}
+
+TEST(UpdateQueryForTZ, ShiftsOnlyDateTexts)
+{
+    // (STDATE >= '...' && '...' > ENDATE) || (PID = 1000 && STDATE < '...' && ENDATE < 1000)
+    QueryNode *start = dateText(1000);
+    QueryNode *end = dateText(2000);
     QueryNode *pid = node(INTCONST, 1000);
-    QueryNode *big = node(INTCONST, uint64_t(INT64_MAX - 5));
+    QueryNode *big = dateText(uint64_t(INT64_MAX - 5));
+    QueryNode *epoch = node(INTCONST, 1000);
     QueryNode *root = node(OR, 0,
                            node(AND, 0, node(GREATEREQ, 0, node(KEYWORDS, ZELKLOGREC_STDATE), start),
                                 node(GREATER, 0, end, node(KEYWORDS, ZELKLOGREC_ENDATE))),
                            node(AND, 0, node(EQUAL, 0, node(KEYWORDS, ZELKLOGREC_PID), pid),
-                                node(LESS, 0, node(KEYWORDS, ZELKLOGREC_STDATE), big)));
+                                node(AND, 0, node(LESS, 0, node(KEYWORDS, ZELKLOGREC_STDATE), big),
+                                     node(LESS, 0, node(KEYWORDS, ZELKLOGREC_ENDATE), epoch))));
     EXPECT_EQ(updateQueryForTZ(root, -3600), 0u);
     EXPECT_EQ(int64_t(start->value), -2600);
     EXPECT_EQ(int64_t(end->value), -1600);
     EXPECT_EQ(pid->value, 1000u);
+    EXPECT_EQ(epoch->value, 1000u) << "a number is an instant already";
     EXPECT_EQ(updateQueryForTZ(root, 3600 + 10), 0u);
     EXPECT_EQ(int64_t(start->value), 1010);
     EXPECT_EQ(int64_t(big->value), INT64_MAX);  // held at the limit

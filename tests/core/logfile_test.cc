@@ -203,6 +203,34 @@ TEST(LogFile, DamagedFrameInTheMiddle)
     }
 }
 
+// Damage where skipping it runs into a buffer refill that moves the unread bytes: the
+// scan goes on behind the damage, in the moved bytes, and never past the buffer.
+//  - 300 frames of 263 bytes, a text byte of the 124th flipped: the other 299 arrive.
+//  - A damaged frame ending at buffer index 32700, followed by the first bytes of a
+//    4095-byte record that a writer is still appending: the record arrives once whole.
+TEST(LogFile, DamageAcrossABufferRefill)
+{
+    TempDir dir;
+    std::string path = writeTexts(dir.file("equal.log"), Texts(300, textOfLength(255, 1)));
+    std::string bytes = readBytes(path);
+    bytes[kHeaderBytes + 123 * 263 + kFrameBytes + 40] ^= 0x01;
+    writeBytes(path, bytes);
+    EXPECT_EQ(Handle(path).all().size(), 299u);
+
+    const std::string last = textOfLength(4095, 9);
+    Texts texts(100, textOfLength(327 - kFrameBytes, 2));  // 100 frames end at index 32700
+    texts.push_back(last);
+    bytes = readBytes(writeTexts(dir.file("edge.log"), texts));
+    bytes[kHeaderBytes + 99 * 327 + kFrameBytes + 5] ^= 0x01;
+    const size_t written = kHeaderBytes + 32700 + 36;
+    path = dir.file("edge-damaged.log");
+    writeBytes(path, bytes.substr(0, written));
+    Handle handle(path);
+    EXPECT_EQ(handle.all().size(), 99u);
+    writeBytes(path, bytes.substr(written), true);
+    EXPECT_TRUE(handle.all() == Texts{last});
+}
+
 // Records of all lengths up to the largest across many buffer refills, read back whole,
 // and the handle's position: saved after any record, restored in a fresh handle.
 TEST(LogFile, BufferedReadingAndPositionRestore)

@@ -75,6 +75,22 @@ TEST_F(Fetch, FiltersEndToEnd)
     }
 }
 
+// A zone offset moves only times read from date texts: PREVTIME's window and a number
+// of seconds are instants already.
+TEST_F(Fetch, ZoneOffsetLeavesPrevTimeAndNumbers)
+{
+    const int64_t minuteAgo = int64_t(time(nullptr)) - 60;
+    zelk::test::RecordFields recent = numbered(1);
+    recent.timeMs = minuteAgo * 1000;
+    zelk::test::writeLogFile(path("recent.log"), {recent}, 1000);
+    for (const std::string &filter :
+         {std::string("PREVTIME = 3600"), "STDATE >= " + std::to_string(minuteAgo - 60)}) {
+        zelkLogDestroyQuery(&query_);
+        ASSERT_EQ(zelkLogCreateQueryEx2(filter.c_str(), "en_US", nullptr, nullptr, 19800, &query_), 0u);
+        EXPECT_EQ(fetchAll(), "0:1 9") << filter;
+    }
+}
+
 TEST_F(Fetch, CorruptTornAndGrowingFiles)
 {
     zelk::test::writeLogFile(path("a.log"), {numbered(1)}, 1000);

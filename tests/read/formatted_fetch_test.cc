@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <string>
 
@@ -61,6 +62,29 @@ TEST(FormattedFetch, LocalesTitlesFlagsAndCodes)
     EXPECT_EQ(next(nullptr, contextAndText), "0 - | Disk is full") << "the next call reads on after 23";
     EXPECT_EQ(next(nullptr, contextAndText), "9 (null)");
     zelkLogDestroyQuery(&query);
+}
+
+// A FIFO where a catalogue (or a log file) is looked for is no file to read: formatting
+// goes on without that catalogue and opening it fails, both at once.  The alarm ends the
+// program instead of letting a regression hang the suite.
+TEST(FormattedFetch, FifoInsteadOfACatalogue)
+{
+    zelk::test::ConfigFixture config(zelk::test::billingProduct());
+    const std::string catalogues = config.directory() + "/catalogues";
+    ASSERT_EQ(mkdir(catalogues.c_str(), 0755), 0);
+    ASSERT_EQ(mkfifo((catalogues + "/en.ini").c_str(), 0644), 0);
+    zelk::test::writeLogFile(config.logDirectory(7) + "a.log", {app(1)}, 1000);
+    alarm(10);
+    LogQuery query;
+    ASSERT_EQ(zelkLogCreateQueryEx("PID = 1234", "en_US", nullptr, catalogues.c_str(), &query), 0u);
+    char *text = nullptr;
+    EXPECT_EQ(zelkLogFetchNextFormattedMessage(&query, 0, "en", 0, &text), 0u);
+    zelkLogFree(text);
+    zelkLogDestroyQuery(&query);
+    LogOsFile file;
+    EXPECT_EQ(zelkLogOs_open(&file, (catalogues + "/en.ini").c_str(), 1, 0660), 1);
+    EXPECT_EQ(file.fd, -1);
+    alarm(0);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // Dates and times: zone names, formatting and parsing in several locales, the last-days range.
 #include "zelkLogRead.h"
+#include "tests/support/config_fixture.h"
 #include "tests/support/zone_guard.h"
 
 #include <gtest/gtest.h>
@@ -170,6 +171,28 @@ TEST(DateFormat, BadArgumentsLeaveNothingToRelease)
     }
     ZelkLogUDateFormat *formatter = nullptr;
     EXPECT_EQ(GetDateTimeFormat(2, 3, 1.0, "en_US", &formatter, nullptr), ZELKLOG_RC_BAD_ARGUMENT);
+}
+
+// Locale ids that ICU marks bogus crash its date formatter: every entry point taking a
+// locale refuses them with its failure code, and none becomes the process default.
+TEST(DateFormat, UnusableLocalesAreRefused)
+{
+    zelk::test::ConfigFixture config(zelk::test::billingProduct());
+    for (const char *locale : {"abcdefghijkl", "en@calendar=", "12345678901234", "en@a=b;c="}) {
+        ZELKLOG_UCHAR *text = nullptr;
+        EXPECT_EQ(zelkLogstrftime(2, 3, 1.0, locale, &text), ZELKLOG_RC_FAILURE) << locale;
+        int64_t parsed = 0;
+        EXPECT_EQ(zelkLogGetDateFromFormat(2, 3, locale, "11/14/23, 10:13:20 PM", &parsed),
+                  ZELKLOG_RC_FAILURE);
+        LogQuery query;
+        EXPECT_EQ(zelkLogCreateQuery("STDATE >= '11/14/23, 10:13:20 PM'", locale, &query),
+                  ZELKLOG_RC_BAD_ARGUMENT);
+        ASSERT_EQ(zelkLogCreateQuery("PID = 1", "en_US", &query), ZELKLOG_RC_OK);
+        char *line = nullptr;
+        EXPECT_EQ(zelkLogFetchNextFormattedMessage(&query, 0, locale, 0, &line), ZELKLOG_RC_BAD_ARGUMENT);
+        zelkLogDestroyQuery(&query);
+        EXPECT_NE(format(2, 3, 1.0, nullptr), u"") << "the default locale stays usable after " << locale;
+    }
 }
 
 // The start of the local day that `time` falls in, by the C library.

@@ -1,4 +1,4 @@
-// updateQueryForTZ: moves the date constants of a query tree by a time-zone offset.
+// updateQueryForTZ: moves the times read from date texts by a time-zone offset.
 #include "src/core/zelkLogCore.h"
 
 #include <limits>
@@ -10,6 +10,13 @@ bool isDateKeyword(const QueryNode *node)
 {
     return node != nullptr && node->kind == KEYWORDS &&
            (node->value == ZELKLOGREC_STDATE || node->value == ZELKLOGREC_ENDATE);
+}
+
+// A time read from a date text.  Numbers written as such and PREVTIME's window are
+// instants already and stay.
+bool isDateText(const QueryNode *node)
+{
+    return node != nullptr && node->kind == INTCONST && node->visitMark == ZELKLOG_DATE_TEXT_MARK;
 }
 
 void shift(QueryNode *constant, int64_t offset)
@@ -25,8 +32,9 @@ void shift(QueryNode *constant, int64_t offset)
 
 extern "C" {
 
-// tzOffset is a signed number of seconds.  Every number compared with STDATE or ENDATE
-// (an INTCONST leaf beside the keyword under a comparison) gets tzOffset added, the sum
+// tzOffset is a signed number of seconds.  Every time read from a date text compared
+// with STDATE or ENDATE (an INTCONST leaf marked ZELKLOG_DATE_TEXT_MARK beside the
+// keyword under a comparison) gets tzOffset added, the sum
 // held at the limits of a signed 64-bit time.  Other leaves are not touched.  0, or 3
 // for a null root or the "no adjustment" value ZELKLOG_NO_TZ_ADJUST, 4 out of memory.
 ZELKLOG_API uint32_t updateQueryForTZ(QueryNode *root, int64_t tzOffset)
@@ -41,9 +49,9 @@ ZELKLOG_API uint32_t updateQueryForTZ(QueryNode *root, int64_t tzOffset)
             if (node->kind < AND || node->kind > NOTEQUAL)
                 continue;  // a leaf
             if (node->kind >= LESS) {
-                if (isDateKeyword(node->left) && node->right != nullptr && node->right->kind == INTCONST)
+                if (isDateKeyword(node->left) && isDateText(node->right))
                     shift(node->right, tzOffset);
-                else if (isDateKeyword(node->right) && node->left != nullptr && node->left->kind == INTCONST)
+                else if (isDateKeyword(node->right) && isDateText(node->left))
                     shift(node->left, tzOffset);
                 continue;
             }

@@ -2,11 +2,14 @@
 #include "platform/src/format/message_catalog.h"
 
 #include "platform/src/common/inih_options.h"
+#include "platform/src/common/regular_file.h"
 
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+
+#include <unistd.h>
 
 namespace zelk::core {
 
@@ -30,9 +33,13 @@ constexpr long kLargestFile = 16L * 1024 * 1024;
 
 bool readWholeFile(const std::string &path, std::string &content)
 {
-    FILE *file = std::fopen(path.c_str(), "rb");
-    if (file == nullptr)
+    int fd = openRegularFile(path.c_str(), O_RDONLY);
+    FILE *file = fd < 0 ? nullptr : fdopen(fd, "rb");
+    if (file == nullptr) {
+        if (fd >= 0)
+            close(fd);
         return false;
+    }
     char chunk[4096];
     size_t got;
     bool ok = true;

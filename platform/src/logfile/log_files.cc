@@ -1,4 +1,5 @@
 // GetLogFiles: the log files of every configured product's log directory, oldest first.
+#include "platform/src/common/regular_file.h"
 #include "platform/src/logfile/log_format.h"
 #include "platform/src/logfile/read_state.h"
 
@@ -28,7 +29,7 @@ struct FoundFile {
 // The format of a file with a valid header, 0 for anything else.
 uint64_t logFileFormat(int directoryFd, const char *name)
 {
-    int fd = openat(directoryFd, name, O_RDONLY | O_CLOEXEC | O_NOCTTY);
+    int fd = openRegularFile(name, O_RDONLY, directoryFd);
     if (fd < 0)
         return 0;
     ZelkLogFileHeader header;

@@ -1,4 +1,5 @@
 // Opening, closing and setting aside the OS file handle of a log file.
+#include "platform/src/common/regular_file.h"
 #include "platform/src/logfile/log_format.h"
 #include "platform/src/logfile/read_state.h"
 
@@ -44,11 +45,8 @@ ZELKLOG_API int zelkLogOs_open(LogOsFile *file, const char *path, int access, in
     storeState(file, state);
     if (path == nullptr || (access != 1 && access != 2))
         return ZELKLOG_RC_BAD_ARGUMENT;
-    int flags = (access == 1 ? O_RDONLY : O_RDWR) | O_CLOEXEC;
-    int fd;
-    do {
-        fd = ::open(path, flags);
-    } while (fd < 0 && errno == EINTR);
+    // Only a regular file is a log file; a FIFO or a device is refused without waiting.
+    int fd = zelk::core::openRegularFile(path, access == 1 ? O_RDONLY : O_RDWR);
     if (fd < 0)
         return ZELKLOG_RC_FAILURE;
     file->fd = fd;

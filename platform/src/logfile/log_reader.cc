@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cassert>
 #include <cerrno>
 
 namespace zelk::core::logfile {
@@ -115,6 +116,7 @@ bool Reader::fill(size_t need)
 
 Reader::Frame Reader::frameAt(size_t index) const
 {
+    assert(index <= s_.end && s_.end <= kDataCapacity);
     size_t have = s_.end - index;
     const unsigned char *p = at(index);
     if (have < 1)
@@ -132,6 +134,7 @@ Reader::Frame Reader::frameAt(size_t index) const
         return Frame::Broken;
     if (have < kFrameHeader + length)
         return Frame::Incomplete;
+    assert(index + kFrameHeader + length <= kDataCapacity);
     return load32(p + 4) == frameChecksum(p + kFrameHeader, length) ? Frame::Good : Frame::Broken;
 }
 
@@ -199,8 +202,9 @@ int Reader::resync(textMessage *message, size_t framedLength)
         Frame frame = frameAt(scan);
         if (frame == Frame::Incomplete) {
             discardTo(scan, capture ? message : nullptr, &captured);
-            scan = s_.begin;
-            if (fill(kMaxFrame))
+            bool whole = fill(kMaxFrame);
+            scan = s_.begin;  // the refill may have moved the unread bytes to the start
+            if (whole)
                 continue;
             frame = frameAt(scan);
             if (frame == Frame::Incomplete && !completeFrameAfter(scan + 1))

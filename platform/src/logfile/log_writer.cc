@@ -5,6 +5,7 @@
 // shared open-file-description lock on the header's first byte for as long as it is
 // open; a writer that finds it can take that lock exclusively knows it is the only live
 // one, so counts left behind by crashed writers are repaired at the next open or close.
+#include "platform/src/common/regular_file.h"
 #include "platform/src/logfile/log_format.h"
 
 #include <fcntl.h>
@@ -167,7 +168,7 @@ ZELKLOG_API uint32_t zelkLogWriterOpen(const char *path, ZelkLogWriter **writer)
         *writer = nullptr;
     if (path == nullptr || writer == nullptr)
         return ZELKLOG_RC_BAD_ARGUMENT;
-    int fd = ::open(path, O_RDWR | O_APPEND | O_CLOEXEC);
+    int fd = zelk::core::openRegularFile(path, O_RDWR | O_APPEND);
     if (fd < 0)
         return ZELKLOG_RC_FAILURE;
     ZelkLogFileHeader header;

@@ -108,6 +108,11 @@ uint32_t readProduct(const Section &section, ZelkLogProductCfg *&record)
         }
     }
     const std::string *directory = section.get(ZELKLOG_CFG_LOG_DIRECTORY);
+    // A path that with its "/" and terminator does not fit the record cannot be read from;
+    // cut, it could name another directory (its parent).
+    if (directory != nullptr && !directory->empty() &&
+        directory->size() + (directory->back() == '/' ? 1 : 2) > sizeof(ZelkLogProductCfg::logDirectory))
+        return ZELKLOG_RC_BAD_ARGUMENT;
     const std::string *resource = section.get(ZELKLOG_CFG_FORMAT_RESOURCE);
     record = zelk::core::newProductConfig(std::move(data), directory == nullptr ? std::string() : *directory,
                                           resource == nullptr ? nullptr : resource->c_str());

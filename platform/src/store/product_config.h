@@ -28,7 +28,8 @@ struct ProductData {
 };
 
 // Allocates a record with zelkLogMalloc semantics (released by FreeConfigArray/freeProductConfig).
-// logDirectory gets a trailing "/" when it lacks one and is cut to fit its buffer.
+// logDirectory gets a trailing "/" when it lacks one; the reader refuses one that does
+// not fit the buffer (a longer one would be cut).
 ZelkLogProductCfg *newProductConfig(ProductData data, const std::string &logDirectory,
                                     const char *formatResource);
 void freeProductConfig(ZelkLogProductCfg *record);

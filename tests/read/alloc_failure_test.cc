@@ -1,0 +1,216 @@
+// Runs under exhausted memory: this program's own zelkLogMalloc and zelkLogSafeStrdup take
+// the place of the logging core's and refuse the n-th request, for n = 0, 1, 2, ... until
+// a run makes no more requests than that.  Every step must end with one of its result
+// codes and release all it built (the leak checker of the sanitizer build sees it).
+#include "src/core/zelkLogCore.h"
+
+#include "tests/support/config_fixture.h"
+#include "tests/support/log_fixture.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <set>
+#include <string>
+
+namespace {
+
+long requestsLeft = -1;  // -1: never refuse
+
+bool refuse()
+{
+    return requestsLeft >= 0 && requestsLeft-- == 0;
+}
+
+}  // namespace
+
+extern "C" void *zelkLogMalloc(size_t size)
+{
+    return refuse() ? nullptr : std::malloc(size == 0 ? 1 : size);
+}
+
+extern "C" char *zelkLogSafeStrdup(const char *text)
+{
+    if (text == nullptr || refuse())
+        return nullptr;
+    char *copy = static_cast<char *>(std::malloc(std::strlen(text) + 1));
+    return copy != nullptr ? std::strcpy(copy, text) : nullptr;
+}
+
+namespace {
+
+TEST(ParseWithoutMemory, ReleasesWhatItBuilt)
+{
+    const char *query = "PID = 1 && HOSTNAME BETWEEN 'a' && 'b' || PREVTIME = '1:00' && 'x' = SUBJECT || "
+                        "TID BETWEEN 1 && 9 && WHO != 'w'";
+    for (long refused = 0;; ++refused) {
+        QueryNode *root = nullptr;
+        requestsLeft = refused;
+        const uint32_t rc = parseQueryString(query, "en_US", &root);
+        const bool allGranted = requestsLeft >= 0;
+        requestsLeft = -1;
+        if (allGranted) {
+            ASSERT_EQ(rc, 0u);
+            EXPECT_GT(refused, 30);  // one request per node, text and copy
+            removeTree(root);
+            break;
+        }
+        EXPECT_EQ(rc, ZELKLOG_RC_NO_MEMORY) << "request " << refused;
+        EXPECT_EQ(root, nullptr);
+    }
+}
+
+using Codes = std::set<uint32_t>;
+
+// Query creation, every fetch, formatting, the corrupt-record report and configuration
+// edits.  `prepare` and `finish` run with all memory granted; `step` runs with one request
+// refused and returns the codes it saw (a fetch loop: one per call).
+struct Step {
+    const char *name;
+    std::function<void(LogQuery &)> prepare;
+    std::function<std::vector<uint32_t>(LogQuery &)> step;
+    Codes allowed;
+};
+
+class WithoutMemory : public ::testing::Test {
+protected:
+    WithoutMemory() : config_(zelk::test::billingProduct())
+    {
+        catalogues_ = config_.directory() + "/catalogues";
+        mkdir(catalogues_.c_str(), 0755);
+        config_.writeFile("catalogues/en.ini", "[messages]\n100 = Disk is full\n");
+        zelk::test::RecordFields context = zelk::test::numbered(1, ZELKLOG_MSG_CTX);
+        context.contextToken = "tok";
+        context.contextText = "Nightly backup";
+        context.msgId = 0;
+        zelk::test::RecordFields app = zelk::test::numbered(2);
+        app.contextToken = "tok";
+        app.who = "someone";
+        zelk::test::writeLogFile(config_.logDirectory(7) + "a.log", {context, app}, 1000);
+        zelk::test::appendRawRecord(config_.logDirectory(7) + "a.log", "not a record");
+        zelk::test::writeLogFile(config_.logDirectory(7) + "b.log", {zelk::test::numbered(3)}, 2000);
+    }
+    void create(LogQuery &query)
+    {
+        ASSERT_EQ(zelkLogCreateQueryEx("PID = 1234", "en_US", nullptr, catalogues_.c_str(), &query), 0u);
+    }
+    static std::vector<uint32_t> fetchAll(const std::function<uint32_t()> &fetch)
+    {
+        std::vector<uint32_t> codes;
+        for (int calls = 0; calls < 40 && (codes.empty() || codes.back() != ZELKLOG_RC_NO_MORE_RECORDS);
+             ++calls)
+            codes.push_back(fetch());
+        return codes;
+    }
+
+    zelk::test::ConfigFixture config_;
+    std::string catalogues_;
+};
+
+TEST_F(WithoutMemory, EveryStepAnswersACodeAndLeaksNothing)
+{
+    const Codes fetched = {0, ZELKLOG_RC_CORRUPT_RECORD, ZELKLOG_RC_END_OF_FILE, ZELKLOG_RC_NO_MORE_RECORDS};
+    Codes formatted = fetched;
+    formatted.insert(ZELKLOG_RC_NO_MEMORY);
+    const Codes edited = {0, ZELKLOG_RC_NO_MEMORY, ZELKLOG_RC_STORE_UNAVAILABLE};
+    auto nothing = [](LogQuery &) {};
+    auto created = [this](LogQuery &query) { create(query); };
+    const Step steps[] = {
+        {"create",
+         nothing,
+         [](LogQuery &query) {
+             return std::vector<uint32_t>{
+                 zelkLogCreateQueryEx2("PRODID = 'billing' && STDATE >= '11/14/23, 10:13:20 PM'", "en_US",
+                                       nullptr, "res", 3600, &query)};
+         },
+         {0, ZELKLOG_RC_NO_MEMORY, ZELKLOG_RC_BAD_DATE}},
+        {"fetch", created,
+         [](LogQuery &query) {
+             return fetchAll([&] {
+                 ZelkLogMsg record{};
+                 uint32_t rc = zelkLogFetchNextEntry(&query, &record);
+                 zelkLogFreeMsg(&record);
+                 return rc;
+             });
+         },
+         fetched},
+        {"sorted fetch", created,
+         [](LogQuery &query) {
+             return fetchAll([&] {
+                 ZelkLogMsg *record = nullptr;
+                 uint32_t rc = zelkLogFetchNextSortedEntry(&query, &record);
+                 if (rc == 0)
+                     zelkLogFreeMsg(record);
+                 return rc;
+             });
+         },
+         fetched},
+        {"formatted fetch", created,
+         [](LogQuery &query) {
+             return fetchAll([&] {
+                 char *text = nullptr;
+                 uint32_t rc = zelkLogFetchNextFormattedMessage(&query, 0, "en", 0xF03, &text);
+                 if (rc == 0)
+                     zelkLogFree(text);
+                 return rc;
+             });
+         },
+         formatted},
+        {"corrupt report",
+         created,
+         [](LogQuery &query) {
+             ::testing::internal::CaptureStdout();
+             uint32_t rc = zelkLogShowCorruptLogRecords(&query);
+             ::testing::internal::GetCapturedStdout();
+             return std::vector<uint32_t>{rc};
+         },
+         {0, ZELKLOG_RC_NO_MEMORY}},
+        {"settings", nothing,
+         [](LogQuery &) {
+             char *jvm = nullptr;
+             std::vector<uint32_t> codes = {zelkLogAddNonOIDSetting(7, "RetentionDays", "30"),
+                                            zelkLogAddJVMPathSetting("/usr/bin/java"),
+                                            zelkLogGetJVMPathSetting(&jvm)};
+             zelkLogFree(jvm);
+             return codes;
+         },
+         edited},
+        {"removal",
+         [this](LogQuery &) {
+             config_.addProduct({8, {"shop"}, "", {{112, {"main"}}, {5, {"cart"}}}});
+         },
+         [](LogQuery &) {
+             return std::vector<uint32_t>{zelkLogRemoveCfg(8, 5), zelkLogRemoveProductAllCfg(8)};
+         },
+         // 2: the product's store path could not be had, so no store was opened.
+         {0, 2, ZELKLOG_RC_NO_MEMORY, ZELKLOG_RC_STORE_UNAVAILABLE, ZELKLOG_RC_BAD_ARGUMENT}},
+    };
+    long walked = 0;
+    for (const Step &step : steps) {
+        for (long refused = 0;; ++refused) {
+            LogQuery query{};
+            step.prepare(query);
+            requestsLeft = refused;
+            const std::vector<uint32_t> codes = step.step(query);
+            const bool allGranted = requestsLeft >= 0;
+            requestsLeft = -1;
+            for (uint32_t code : codes)
+                EXPECT_EQ(step.allowed.count(code), 1u)
+                    << step.name << ", request " << refused << ": " << code;
+            zelkLogDestroyQuery(&query);
+            if (allGranted) {
+                EXPECT_GT(refused, 0) << step.name << " asked for no memory";
+                std::printf("%s: %ld allocation requests, each refused once\n", step.name, refused);
+                walked += refused;
+                break;
+            }
+        }
+    }
+    std::printf("all steps: %ld\n", walked);
+}
+
+}  // namespace
