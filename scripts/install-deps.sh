@@ -10,4 +10,4 @@ apt-get update
 apt-get install -y --no-install-recommends \
   build-essential cmake ninja-build pkg-config flex bison \
   libicu-dev libinih-dev libxxhash-dev libgtest-dev libgmock-dev libbenchmark-dev \
-  binutils clang-format
+  binutils clang-format scdoc systemd systemd-journal-remote
