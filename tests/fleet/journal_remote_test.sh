@@ -32,9 +32,9 @@ case $first in
 2026-11-20T08:00:00.000000+0000*) ;;
 *) echo "first entry: $first" >&2; exit 1 ;;
 esac
-# A field match through journalctl finds the records of one product.
-billing=$(journalctl --file "$tmp/fleet.journal" --no-pager -o cat ZELKLOG_PRODUCT_ID=7 | wc -l)
-expected=$("$zelklog" query --no-pager -o cat 'PRODID = billing' | wc -l)
+# Field matches through journalctl find the same records as the filter language.
+billing=$(journalctl --file "$tmp/fleet.journal" --no-pager -o cat ZELKLOG_PRODUCT_ID=7 ZELKLOG_KIND=APP | wc -l)
+expected=$("$zelklog" query --no-pager -o cat "PRODID = 'billing' && MSGTYPE = APP" | wc -l)
 [ "$billing" -eq "$expected" ] && [ "$billing" -gt 0 ] || {
   echo "product 7: journal $billing, zelklog $expected" >&2; exit 1; }
 echo "$sent records through systemd-journal-remote intact"
