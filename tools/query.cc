@@ -14,6 +14,7 @@
 #include "tools/cursor.h"
 #include "tools/dates.h"
 #include "tools/errors.h"
+#include "tools/follow.h"
 #include "tools/output.h"
 #include "tools/record_writers.h"
 #include "zelkLogWriter.h"
@@ -29,9 +30,7 @@
 #include <ctime>
 #include <map>
 #include <memory>
-#include <poll.h>
 #include <set>
-#include <sys/inotify.h>
 #include <unistd.h>
 
 namespace zelktool {
@@ -76,22 +75,6 @@ std::string pathOf(const LogFileEntry *entry)
 {
     return std::string(entry->logDirectory) + entry->fileName;
 }
-
-// Owns a LogQuery record and destroys it.
-struct QueryRecord {
-    LogQuery query{};
-    bool live = false;
-    QueryRecord() = default;
-    QueryRecord(const QueryRecord &) = delete;
-    QueryRecord &operator=(const QueryRecord &) = delete;
-    ~QueryRecord() { destroy(); }
-    void destroy()
-    {
-        if (live)
-            zelkLogDestroyQuery(&query);
-        live = false;
-    }
-};
 
 class Grep {
 public:
@@ -171,8 +154,6 @@ private:
     void dropUnopenable(LogQuery &query);
     void warnDamaged(const LogFileEntry *entry);
     void showProgress(const LogQuery &query);
-    void watchDirectories(const LogQuery &query);
-    void waitForChange();
     void loadProductNames();
     bool counted()
     {
@@ -200,8 +181,7 @@ private:
     std::set<std::string> warned_;
     std::string scratch_;
     std::map<uint64_t, std::string> productNames_;
-    int inotify_ = -1;
-    std::set<std::string> watched_;
+    DirectoryWatch watch_;
 };
 
 std::string Runner::userFilter() const
@@ -477,38 +457,6 @@ bool Runner::drainFileOrder(LogQuery &query)
     return true;
 }
 
-void Runner::watchDirectories(const LogQuery &query)
-{
-    if (inotify_ < 0)
-        return;
-    std::set<std::string> directories;
-    if (!options_.logDirectory.empty())
-        directories.insert(options_.logDirectory);
-    for (const LogFileEntry *entry = query.currentFile; entry != nullptr; entry = entry->next)
-        directories.insert(entry->logDirectory);
-    for (const std::string &directory : directories) {
-        if (watched_.insert(directory).second)
-            inotify_add_watch(inotify_, directory.c_str(),
-                              IN_MODIFY | IN_CREATE | IN_MOVED_TO | IN_CLOSE_WRITE | IN_ATTRIB);
-    }
-}
-
-// Sleeps until a watched directory changes, a second passes, or a stop is asked for.
-void Runner::waitForChange()
-{
-    struct pollfd watch {};
-    watch.fd = inotify_;
-    watch.events = POLLIN;
-    int rc = poll(&watch, inotify_ >= 0 ? 1 : 0, 1000);
-    if (rc > 0) {
-        // Let a burst of appends settle, then drop the events: the next pass reads it all.
-        usleep(20000);
-        char events[8192];
-        while (read(inotify_, events, sizeof events) > 0) {
-        }
-    }
-}
-
 int Runner::run()
 {
     const std::string filter = userFilter();
@@ -525,7 +473,7 @@ int Runner::run()
             cursor_.load(options_.cursorFile);
     }
     if (options_.follow) {
-        inotify_ = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+        watch_.start();
     } else if (shape_ == Shape::Text || shape_ == Shape::Cat) {
         terminal_.startPager();
     }
@@ -541,12 +489,22 @@ int Runner::run()
         filesTotal_ = 0;
         for (const LogFileEntry *entry = current.query.currentFile; entry != nullptr; entry = entry->next)
             ++filesTotal_;
-        if (firstPass && filesTotal_ == 0 && !options_.logDirectory.empty())
-            std::fprintf(stderr, "zelklog: %s: no log files\n", options_.logDirectory.c_str());
+        if (firstPass && filesTotal_ == 0) {
+            if (!options_.logDirectory.empty())
+                std::fprintf(stderr, "zelklog: %s: no log files\n", options_.logDirectory.c_str());
+            else
+                std::fprintf(stderr, "zelklog: no log files in the directories that %s names\n",
+                             configFileName().c_str());
+        }
         firstPass = false;
         if (tracked_)
             cursor_.attach(current.query);
-        watchDirectories(current.query);
+        if (options_.follow) {
+            if (!options_.logDirectory.empty())
+                watch_.add(options_.logDirectory);
+            for (const LogFileEntry *entry = current.query.currentFile; entry != nullptr; entry = entry->next)
+                watch_.add(entry->logDirectory);
+        }
         goOn = options_.fileOrder ? drainFileOrder(current.query) : drain(current.query);
         if (tracked_)
             cursor_.detach();
@@ -559,11 +517,9 @@ int Runner::run()
         }
         if (!options_.follow || !goOn || stopRequested)
             break;
-        waitForChange();
+        watch_.wait();
         goOn = !stopRequested;
     }
-    if (inotify_ >= 0)
-        close(inotify_);
     return kExitOk;
 }
 
@@ -599,59 +555,6 @@ int runQuery(const QueryOptions &options)
     int rc = runner.run();
     out.flush();
     return rc;
-}
-
-int runVerify(const VerifyOptions &options)
-{
-    QueryRecord current;
-    createQueryOrFail(current.query, kEveryRecord, {}, options.logDirectory, {}, ZELKLOG_NO_TZ_ADJUST);
-    current.live = true;
-    uint64_t files = 0;
-    for (const LogFileEntry *entry = current.query.currentFile; entry != nullptr; entry = entry->next)
-        ++files;
-
-    // The report goes to standard output; it is caught in a temporary file so that its
-    // count decides the exit code.
-    std::fflush(stdout);
-    FILE *report = std::tmpfile();
-    if (report == nullptr)
-        throw ToolError(kExitFailure, std::string("verify: no temporary file: ") + std::strerror(errno));
-    int savedStdout = dup(STDOUT_FILENO);
-    dup2(fileno(report), STDOUT_FILENO);
-    uint32_t rc = zelkLogShowCorruptLogRecords(&current.query);
-    std::fflush(stdout);
-    dup2(savedStdout, STDOUT_FILENO);
-    close(savedStdout);
-    if (rc != 0) {
-        std::fclose(report);
-        failWithCode("verify", rc);
-    }
-    std::string text;
-    std::rewind(report);
-    char chunk[65536];
-    size_t got;
-    while ((got = std::fread(chunk, 1, sizeof chunk, report)) > 0)
-        text.append(chunk, got);
-    std::fclose(report);
-
-    // The report ends with "No corrupt records found." or "<n> corrupt records found.".
-    unsigned long corrupt = 0;
-    size_t found = text.rfind(" corrupt records found.");
-    if (found != std::string::npos) {
-        size_t start = found == 0 ? std::string::npos : text.find_last_of('\n', found - 1);
-        start = start == std::string::npos ? 0 : start + 1;
-        corrupt = std::strtoul(text.c_str() + start, nullptr, 10);
-    }
-    Terminal terminal(options.terminal);
-    terminal.startPager();
-    Output out;
-    out.write(text);
-    std::string summary = std::to_string(files) + (files == 1 ? " log file, " : " log files, ") +
-                          std::to_string(corrupt) +
-                          (corrupt == 1 ? " corrupt record\n" : " corrupt records\n");
-    out.write(summary);
-    out.flush();
-    return corrupt > 0 ? kExitFailure : kExitOk;
 }
 
 }  // namespace zelktool

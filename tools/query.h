@@ -40,6 +40,22 @@ struct VerifyOptions {
 
 int runVerify(const VerifyOptions &options);
 
+// Owns a LogQuery record and destroys it.
+struct QueryRecord {
+    LogQuery query{};
+    bool live = false;
+    QueryRecord() = default;
+    QueryRecord(const QueryRecord &) = delete;
+    QueryRecord &operator=(const QueryRecord &) = delete;
+    ~QueryRecord() { destroy(); }
+    void destroy()
+    {
+        if (live)
+            zelkLogDestroyQuery(&query);
+        live = false;
+    }
+};
+
 // A filter that every record matches, context records included.
 extern const char *const kEveryRecord;
 
