@@ -37,4 +37,17 @@ billing=$(journalctl --file "$tmp/fleet.journal" --no-pager -o cat ZELKLOG_PRODU
 expected=$("$zelklog" query --no-pager -o cat "PRODID = 'billing' && MSGTYPE = APP" | wc -l)
 [ "$billing" -eq "$expected" ] && [ "$billing" -gt 0 ] || {
   echo "product 7: journal $billing, zelklog $expected" >&2; exit 1; }
+# Times the journal cannot hold (before 1970, after 2^55 us) must not end the stream: such
+# records are held at the ends of the journal's range and keep their time in ZELKLOG_TIME_MS.
+mkdir "$tmp/odd"
+printf '{"time_ms":%s,"kind":"AUDIT","pid":1,"subject":"s","return_value":-1}\n' \
+  -5000 40000000000000 1795161600000 |
+  "$zelklog" write --create --format 0x10006 "$tmp/odd/odd.log"
+"$zelklog" query --no-pager -o export --log-dir "$tmp/odd" |
+  "$remote" -o "$tmp/odd.journal" - 2>"$tmp/remote.err"
+odd=$(journalctl --file "$tmp/odd.journal" --no-pager -o export |
+  grep -a -e '^ZELKLOG_TIME_MS=' -e '^ZELKLOG_RETURN_VALUE=' | sort | tr '\n' ' ')
+[ "$odd" = "ZELKLOG_RETURN_VALUE=-1 ZELKLOG_RETURN_VALUE=-1 ZELKLOG_RETURN_VALUE=-1 \
+ZELKLOG_TIME_MS=-5000 ZELKLOG_TIME_MS=1795161600000 ZELKLOG_TIME_MS=40000000000000 " ] || {
+  echo "odd times: $odd" >&2; cat "$tmp/remote.err" >&2; exit 1; }
 echo "$sent records through systemd-journal-remote intact"
