@@ -11,6 +11,7 @@ apt-get update
 apt-get install -y --no-install-recommends \
   build-essential cmake ninja-build pkg-config flex bison \
   libicu-dev libinih-dev libxxhash-dev libgtest-dev libgmock-dev libbenchmark-dev \
-  binutils clang-format \
+  binutils clang-format scdoc \
   libcli11-dev nlohmann-json3-dev libpcre2-dev less \
+  systemd systemd-journal-remote \
   clang libclang-rt-14-dev valgrind

@@ -224,6 +224,26 @@ void appendExportNumber(std::string &out, std::string_view name, uint64_t value)
     out.push_back('\n');
 }
 
+void appendExportSigned(std::string &out, std::string_view name, int64_t value)
+{
+    out.append(name);
+    out.push_back('=');
+    appendSigned(out, value);
+    out.push_back('\n');
+}
+
+// The journal takes entry times above 0 and below 2^55 microseconds: any other
+// __REALTIME_TIMESTAMP makes systemd-journal-remote stop reading the whole stream, and an
+// entry without one is refused or takes the previous entry's time.  Times outside are held
+// at the nearest end of that range; ZELKLOG_TIME_MS keeps the record's own.
+uint64_t journalTime(int64_t timeMs)
+{
+    constexpr uint64_t kLast = (uint64_t{1} << 55) - 1;
+    if (timeMs <= 0)
+        return 1;
+    return static_cast<uint64_t>(timeMs) >= kLast / 1000 ? kLast : static_cast<uint64_t>(timeMs) * 1000u;
+}
+
 // The syslog priority of a record: its severity for application messages, else by kind.
 int priorityOf(const ZelkLogMsg &record)
 {
@@ -383,12 +403,11 @@ void appendJsonRecord(std::string &out, const ZelkLogMsg &record, const RecordOr
 void appendExportRecord(std::string &out, const ZelkLogMsg &record, const RecordOrigin &origin,
                         std::string_view identifier)
 {
-    appendExportNumber(out, "__REALTIME_TIMESTAMP",
-                       record.timeMs > 0 ? static_cast<uint64_t>(record.timeMs) * 1000u : 0u);
+    appendExportNumber(out, "__REALTIME_TIMESTAMP", journalTime(record.timeMs));
     appendExportNumber(out, "PRIORITY", static_cast<uint64_t>(priorityOf(record)));
     appendExportField(out, "SYSLOG_IDENTIFIER", identifier);
     appendExportNumber(out, "_PID", record.pid);
-    appendExportNumber(out, "ZELKLOG_TIME_MS", static_cast<uint64_t>(record.timeMs));
+    appendExportSigned(out, "ZELKLOG_TIME_MS", record.timeMs);
     appendExportField(out, "ZELKLOG_KIND", kindWord(record.kind));
     appendExportNumber(out, "ZELKLOG_PRODUCT_ID", record.productId);
     appendExportNumber(out, "ZELKLOG_ORIGINATOR_ID", record.originatorId);
@@ -402,7 +421,7 @@ void appendExportRecord(std::string &out, const ZelkLogMsg &record, const Record
     switch (record.kind) {
     case ZELKLOG_MSG_DEBUG:
     case ZELKLOG_MSG_DIAG:
-        appendExportNumber(out, "ZELKLOG_LEVEL", static_cast<uint32_t>(data.first.level));
+        appendExportSigned(out, "ZELKLOG_LEVEL", data.first.level);
         who = data.second.who;
         break;
     case ZELKLOG_MSG_APP:
@@ -416,7 +435,7 @@ void appendExportRecord(std::string &out, const ZelkLogMsg &record, const Record
     case ZELKLOG_MSG_AUDIT:
         if (data.second.subject != nullptr)
             appendExportField(out, "ZELKLOG_SUBJECT", data.second.subject);
-        appendExportNumber(out, "ZELKLOG_RETURN_VALUE", static_cast<uint32_t>(data.returnValue));
+        appendExportSigned(out, "ZELKLOG_RETURN_VALUE", data.returnValue);
         break;
     default:
         break;
