@@ -1,19 +1,23 @@
 #!/usr/bin/env bash
 # Side-by-side figures of this library and journalctl over the same 1,000,000 records.
 #
-#   bench/compare.sh [-r RUNS] [-d DATA_DIR] [-b BUILD_DIR] [-n RECORDS]
+#   bench/compare.sh [-r RUNS] [-d DATA_DIR] [-b BUILD_DIR] [-n RECORDS] [-w REGEX]
 #
 # The records (see bench/compare_gen.cc) are generated once into DATA_DIR (default
 # /tmp/zelk-compare): as log files through the writer and, through
 # systemd-journal-remote, as journal files of the same records.  A later run with the same
 # DATA_DIR and RECORDS reuses them.  Every row runs RUNS times (default 3) as a pair -
 # this library, then the reference - each command pinned to core 1 (taskset -c 1) with its
-# output thrown away; the table shows the medians of the wall times, their ratio, and the
-# peak resident size (/usr/bin/time) of each side.
+# output thrown away; the table shows the medians of the CPU times (user + system: on a
+# shared machine the wall time mostly measures the other processes), their ratio, and the
+# peak resident size of each side.  Rows against journalctl time whole processes; rows
+# against our own plain fetch and rows of ours alone take the driver's figure for the
+# workload (without process start).  -w keeps only the rows whose label matches REGEX
+# (bash =~), for example -w 'formatted|message'.
 #
 # Needs a configured build directory (default: build) with the benchmarks enabled; the
-# two programs are built by this script.  Installs systemd-journal-remote and time with
-# apt-get when they are missing.
+# two programs are built by this script.  Installs systemd-journal-remote (and python3,
+# which measures) with apt-get when they are missing.
 set -euo pipefail
 
 runs=3
@@ -21,15 +25,17 @@ data=/tmp/zelk-compare
 records=1000000
 root=$(cd "$(dirname "$0")/.." && pwd)
 build=$root/build
+only=
 
-while getopts "r:d:b:n:h" option; do
+while getopts "r:d:b:n:w:h" option; do
     case $option in
     r) runs=$OPTARG ;;
     d) data=$OPTARG ;;
     b) build=$OPTARG ;;
     n) records=$OPTARG ;;
+    w) only=$OPTARG ;;
     *)
-        sed -n '2,16p' "$0"
+        sed -n '2,20p' "$0"
         exit 2
         ;;
     esac
@@ -38,7 +44,7 @@ done
 remote=/usr/lib/systemd/systemd-journal-remote
 missing=()
 [ -x "$remote" ] || missing+=(systemd-journal-remote)
-[ -x /usr/bin/time ] || missing+=(time)
+command -v python3 > /dev/null || missing+=(python3)
 command -v taskset > /dev/null || missing+=(util-linux)
 if [ ${#missing[@]} -gt 0 ]; then
     echo "installing ${missing[*]}" >&2
@@ -78,20 +84,28 @@ tmp=$(mktemp -d)
 trap 'rm -rf "$tmp"' EXIT
 
 # --- measuring --------------------------------------------------------------
-# measure CMD...: runs CMD pinned to core 1, output discarded; sets wall (seconds),
-# rss (KiB) and own (the driver's own "seconds=" figure, or the wall time).
+# measure CMD...: runs CMD pinned to core 1, output discarded; sets cpu (user + system
+# seconds of the process, from wait4), wall (seconds), rss (peak resident KiB, from
+# wait4 as /usr/bin/time -f %M reports it), own (the driver's own "seconds=" figure,
+# its CPU time over the workload alone, or cpu) and code (the driver's last code).
 measure() {
-    local start end
-    start=$(date +%s%N)
-    if ! /usr/bin/time -f %M -o "$tmp/rss" taskset -c 1 "$@" > /dev/null 2> "$tmp/err"; then
+    if ! taskset -c 1 python3 -c '
+import os, sys, time
+start = time.monotonic()
+pid = os.fork()
+if pid == 0:
+    os.execvp(sys.argv[2], sys.argv[2:])
+_, status, usage = os.wait4(pid, 0)
+with open(sys.argv[1], "w") as out:
+    out.write("%.6f %.6f %d\n" % (usage.ru_utime + usage.ru_stime, time.monotonic() - start, usage.ru_maxrss))
+sys.exit(0 if os.waitstatus_to_exitcode(status) == 0 else 1)
+' "$tmp/usage" "$@" > /dev/null 2> "$tmp/err"; then
         echo "failed: $*" >&2
         cat "$tmp/err" >&2
     fi
-    end=$(date +%s%N)
-    wall=$(awk -v ns=$((end - start)) 'BEGIN { printf "%.4f", ns / 1e9 }')
-    rss=$(tail -n 1 "$tmp/rss")
+    read -r cpu wall rss < "$tmp/usage"
     own=$(sed -n 's/.*seconds=\([0-9.]*\).*/\1/p' "$tmp/err" | tail -n 1)
-    [ -n "$own" ] || own=$wall
+    [ -n "$own" ] || own=$cpu
     code=$(sed -n 's/.*code=\([0-9]*\).*/\1/p' "$tmp/err" | tail -n 1)
 }
 
@@ -104,9 +118,12 @@ rate() { awk -v s="$1" -v n="$records" 'BEGIN { printf "%.2f M rec/s", n / s / 1
 #   MODE "journal": ratio = reference time / our time (how many times faster we are);
 #   MODE "self": the reference is our plain fetch; ratio = plain time / our time
 #   (our speed as a share of the plain fetch's); MODE "alone": no reference.
-#   FIELD "wall" or "own": which of our times to use.
+#   FIELD "cpu" (the whole process) or "own" (the driver's figure): which of our times.
 row() {
     local label=$1 mode=$2 field=$3
+    if [ -n "$only" ] && ! [[ $label =~ $only ]]; then
+        return
+    fi
     shift 4
     local ours=() reference=()
     while [ $# -gt 0 ] && [ "$1" != "--" ]; do
@@ -118,12 +135,12 @@ row() {
     local ourTimes="" ourRss="" refTimes="" refRss="" ourCode=""
     for ((i = 0; i < runs; ++i)); do
         measure "${ours[@]}"
-        if [ "$field" = own ]; then ourTimes+="$own "; else ourTimes+="$wall "; fi
+        if [ "$field" = own ]; then ourTimes+="$own "; else ourTimes+="$cpu "; fi
         ourRss+="$rss "
         ourCode=$code
         if [ ${#reference[@]} -gt 0 ]; then
             measure "${reference[@]}"
-            if [ "$mode" = self ] && [ "$field" = own ]; then refTimes+="$own "; else refTimes+="$wall "; fi
+            if [ "$mode" = self ] && [ "$field" = own ]; then refTimes+="$own "; else refTimes+="$cpu "; fi
             refRss+="$rss "
         fi
     done
@@ -151,7 +168,7 @@ row() {
 
 jc=(journalctl --directory="$journal" --no-pager)
 all="PID > 0"
-echo "$records records, $runs paired runs, medians; $(date -u +%Y-%m-%dT%H:%MZ), $(git -C "$root" rev-parse --short HEAD 2> /dev/null || echo '?')"
+echo "$records records, $runs paired runs, medians of CPU times; $(date -u +%Y-%m-%dT%H:%MZ), $(git -C "$root" rev-parse --short HEAD 2> /dev/null || echo '?')"
 echo
 echo "| work | this library | reference | ratio | peak RSS (library) | peak RSS (reference) |"
 echo "|---|---|---|---|---|---|"
@@ -161,15 +178,15 @@ row "merged fetch, 1000 rotated files" self own -- \
     "$driver" merged "$data/rotated1000" "$all" -- "$driver" plain "$data/rotated1000" "$all"
 row "merged fetch, 4000 rotated files" self own -- \
     "$driver" merged "$data/rotated4000" "$all" -- "$driver" plain "$data/rotated4000" "$all"
-row "merged fetch vs journalctl -o export, 16 interleaved files" journal wall -- \
+row "merged fetch vs journalctl -o export, 16 interleaved files" journal cpu -- \
     "$driver" merged "$il" "$all" -- "${jc[@]}" -o export
-row "formatted default line vs journalctl -o short" journal wall -- \
+row "formatted default line vs journalctl -o short" journal cpu -- \
     "$driver" formatted "$il" "$all" 0 "$catalog" -- "${jc[@]}" -o short
-row "message text only vs journalctl -o cat" journal wall -- \
+row "message text only vs journalctl -o cat" journal cpu -- \
     "$driver" formatted "$il" "$all" 0x800 "$catalog" -- "${jc[@]}" -o cat
-row "selective filter \`SEV >= ERR && PID = 1234\`, plain fetch, vs journalctl -p err _PID=1234" journal wall -- \
+row "selective filter \`SEV >= ERR && PID = 1234\`, plain fetch, vs journalctl -p err _PID=1234" journal cpu -- \
     "$driver" plain "$il" "SEV >= ERR && PID = 1234" -- "${jc[@]}" -p err _PID=1234
-row "substring \`WHO = 'user5 '\`, plain fetch, vs journalctl -g 'user5 '" journal wall -- \
+row "substring \`WHO = 'user5 '\`, plain fetch, vs journalctl -g 'user5 '" journal cpu -- \
     "$driver" plain "$il" "WHO = 'user5 '" -- "${jc[@]}" -g "user5 "
 row "query creation over 1000 files" alone own -- "$driver" create "$data/rotated1000" 1
 row "query creation over 4000 files" alone own -- "$driver" create "$data/rotated4000" 1

@@ -11,5 +11,5 @@ apt-get install -y --no-install-recommends \
   build-essential cmake ninja-build pkg-config flex bison \
   libicu-dev libinih-dev libxxhash-dev libgtest-dev libgmock-dev libbenchmark-dev \
   binutils clang-format
-# bench/compare.sh: journal files of the same records for journalctl, and peak RSS.
-apt-get install -y --no-install-recommends systemd-journal-remote time
+# bench/compare.sh: journal files of the same records for journalctl; python3 measures CPU time and peak RSS.
+apt-get install -y --no-install-recommends systemd-journal-remote python3
