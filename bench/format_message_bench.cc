@@ -1,5 +1,6 @@
 // Formatting one record per iteration through a query's localiser list (catalogue cached),
-// and the date helpers that parse a filter's date constants.
+// the date field with and without its per-second cache, and the date helpers that parse
+// a filter's date constants.
 #include "src/core/zelkLogCore.h"
 
 #include <benchmark/benchmark.h>
@@ -76,6 +77,31 @@ void BM_FormatMessageUnknownId(benchmark::State &state)
     }
 }
 BENCHMARK(BM_FormatMessageUnknownId);
+
+// The date field alone over consecutive records: 1 ms apart, a thousand records share
+// one second and its cached text; 1000 ms apart, every record formats its own second.
+// Flags 0x001 (seconds) and 0x005 (with milliseconds put into the cached text).
+void BM_FormatDate(benchmark::State &state)
+{
+    Fixture fixture;
+    const int64_t stepMs = state.range(0);
+    const auto flags = static_cast<uint32_t>(state.range(1));
+    int64_t timeMs = fixture.record.timeMs;
+    for (auto _ : state) {
+        fixture.record.timeMs = timeMs;
+        timeMs += stepMs;
+        char *text = nullptr;
+        zelkLogFormatMessageEx(&fixture.query, "de_DE", 0, flags, 0, &fixture.record, &text);
+        benchmark::DoNotOptimize(text);
+        zelkLogFree(text);
+    }
+}
+BENCHMARK(BM_FormatDate)
+    ->ArgNames({"step_ms", "flags"})
+    ->Args({1, 0x001})
+    ->Args({1000, 0x001})
+    ->Args({1, 0x005})
+    ->Args({1000, 0x005});
 
 void BM_GetDateFromFormat(benchmark::State &state)
 {

@@ -15,3 +15,5 @@ apt-get install -y --no-install-recommends \
   libcli11-dev nlohmann-json3-dev libpcre2-dev less \
   systemd systemd-journal-remote \
   clang libclang-rt-14-dev valgrind
+# bench/compare.sh: python3 measures CPU time and peak RSS.
+apt-get install -y --no-install-recommends python3

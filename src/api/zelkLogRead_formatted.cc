@@ -26,12 +26,20 @@ ZELKLOG_API uint32_t zelkLogFetchNextFormattedMessage(LogQuery *query, uintptr_t
     uint32_t formatFlags = static_cast<uint32_t>(flags);
     if (formatFlags == 0)
         formatFlags = kDefaultFlags;
-    if (locale != nullptr) {
-        // Stays in force for the whole process, as callers of this function expect.
+    // Stays in force for the whole process, as callers of this function expect.  Setting
+    // the default it already is changes nothing, and callers pass the same locale for
+    // every record: ICU's lock and canonicalisation are skipped then.
+    if (locale != nullptr && std::strcmp(locale, uloc_getDefault()) != 0) {
         UErrorCode status = U_ZERO_ERROR;
         uloc_setDefault(locale, &status);
     }
-    char *localeCopy = strdup(uloc_getDefault());
+    // The formatter gets a copy, on the stack when it fits.
+    const char *current = uloc_getDefault();
+    const size_t currentLength = std::strlen(current);
+    char localBuffer[ULOC_FULLNAME_CAPACITY];
+    char *localeCopy = currentLength < sizeof localBuffer ? localBuffer : strdup(current);
+    if (localeCopy == localBuffer)
+        std::memcpy(localBuffer, current, currentLength + 1);
     if (localeCopy == nullptr)
         return ZELKLOG_RC_NO_MEMORY;  // before fetching: no record is lost
 
@@ -47,7 +55,8 @@ ZELKLOG_API uint32_t zelkLogFetchNextFormattedMessage(LogQuery *query, uintptr_t
             *text = formatted;
         }
     }
-    std::free(localeCopy);
+    if (localeCopy != localBuffer)
+        std::free(localeCopy);
     return rc;
 }
 

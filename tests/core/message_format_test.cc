@@ -243,6 +243,31 @@ TEST_F(MessageFormat, TimesFollowTheZoneRuleOfTheirMoment)
     EXPECT_EQ(format(summer.get(), "de_DE", 0x001), "15.07.2023, 14:00:00");
 }
 
+// One second's date text is kept for the records that follow: a zone set in between, and
+// milliseconds in a locale with digits of its own, must still come out right.
+TEST_F(MessageFormat, KeptDateTextFollowsZoneAndMilliseconds)
+{
+    TestRecord record;  // 2023-11-14 22:13:20.123 UTC
+    {
+        ZoneGuard zone("UTC0");
+        EXPECT_EQ(format(record.get(), "de_DE", 0x001), "14.11.2023, 22:13:20");
+    }
+    ZoneGuard zone("<+0530>-5:30");
+    EXPECT_EQ(format(record.get(), "de_DE", 0x001), "15.11.2023, 03:43:20");
+    // 15/11/2023, 3:43:20.<ms> AM in Arabic-Indic digits.
+    const std::string date = u8"\u0661\u0665\u200f/\u0661\u0661\u200f/\u0662\u0660\u0662\u0663\u060c "
+                             u8"\u0663:\u0664\u0663:\u0662\u0660.";
+    const std::pair<int64_t, std::string> cases[] = {
+        {1700000000123, date + u8"\u0661\u0662\u0663 \u0635"},
+        {1700000000987, date + u8"\u0669\u0668\u0667 \u0635"},
+        {1700000000004, date + u8"\u0660\u0660\u0664 \u0635"},
+    };
+    for (const auto &[timeMs, expected] : cases) {
+        record.msg.timeMs = timeMs;
+        EXPECT_EQ(format(record.get(), "ar_EG", 0x005), expected) << timeMs;
+    }
+}
+
 TEST_F(MessageFormat, CutsOnCharacterBoundaries)
 {
     TestRecord record;

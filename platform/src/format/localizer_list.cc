@@ -1,6 +1,10 @@
 // The localiser list: catalogue loading with locale fallback, and formatter caches.
 #include "platform/src/format/localizer_list.h"
 
+#include <unicode/choicfmt.h>
+#include <unicode/messagepattern.h>
+#include <unicode/plurfmt.h>
+#include <unicode/selfmt.h>
 #include <unicode/uloc.h>
 #include <unicode/ustring.h>
 
@@ -100,31 +104,107 @@ Localizer *localizerFor(ZelkLogLocalizerList &list, const char *directory, const
                      baseLocale(locale, buffer));
 }
 
-icu::MessageFormat *messageFormatFor(ZelkLogLocalizerList &list, Localizer &localizer, uint64_t productId,
-                                     uint64_t messageId)
+namespace {
+
+// Cuts the text of `entry` into pieces when every top-level argument is plain or of a
+// simple type; leaves `pieces` empty otherwise (named arguments, choice, plural, select).
+void makePieces(MessageEntry &entry)
+{
+    icu::UnicodeString pattern;
+    entry.format->toPattern(pattern);
+    UErrorCode status = U_ZERO_ERROR;
+    icu::MessagePattern parsed(pattern, nullptr, status);
+    if (U_FAILURE(status) || parsed.countParts() < 2)
+        return;
+    int32_t formatCount = 0;
+    const icu::Format **formats = entry.format->getFormats(formatCount);
+    std::vector<MessageEntry::Piece> pieces;
+    MessageEntry::Piece piece;
+    int32_t argumentIndex = 0;
+    int32_t previous = parsed.getPart(0).getLimit();
+    for (int32_t i = 1; i < parsed.countParts(); ++i) {
+        const icu::MessagePattern::Part &part = parsed.getPart(i);
+        const UMessagePatternPartType type = part.getType();
+        pattern.tempSubStringBetween(previous, part.getIndex()).toUTF8String(piece.literal);
+        if (type == UMSGPAT_PART_TYPE_MSG_LIMIT) {
+            pieces.push_back(std::move(piece));
+            entry.pieces = std::move(pieces);
+            return;
+        }
+        previous = part.getLimit();
+        if (type == UMSGPAT_PART_TYPE_SKIP_SYNTAX)
+            continue;
+        if (type != UMSGPAT_PART_TYPE_ARG_START || i + 1 >= parsed.countParts())
+            return;
+        const icu::MessagePattern::Part &number = parsed.getPart(i + 1);
+        if (number.getType() != UMSGPAT_PART_TYPE_ARG_NUMBER)
+            return;
+        const icu::Format *format = argumentIndex < formatCount ? formats[argumentIndex] : nullptr;
+        ++argumentIndex;
+        const UMessagePatternArgType argType = part.getArgType();
+        if (argType == UMSGPAT_ARG_TYPE_NONE) {
+            if (format != nullptr)
+                return;
+        } else if (argType != UMSGPAT_ARG_TYPE_SIMPLE || format == nullptr ||
+                   dynamic_cast<const icu::ChoiceFormat *>(format) != nullptr ||
+                   dynamic_cast<const icu::PluralFormat *>(format) != nullptr ||
+                   dynamic_cast<const icu::SelectFormat *>(format) != nullptr) {
+            return;
+        }
+        piece.argument = number.getValue();
+        piece.format = format;
+        pieces.push_back(std::move(piece));
+        piece = MessageEntry::Piece();
+        i = parsed.getLimitPartIndex(i);
+        previous = parsed.getPart(i).getLimit();
+    }
+}
+
+}  // namespace
+
+MessageEntry *messageEntryFor(ZelkLogLocalizerList &list, Localizer &localizer, uint64_t productId,
+                              uint64_t messageId)
 {
     const std::pair<uint64_t, uint64_t> key{productId, messageId};
     auto cached = localizer.messageFormats.find(key);
     if (cached != localizer.messageFormats.end())
-        return cached->second.get();
+        return &cached->second;
 
     const std::string *pattern = nullptr;
     for (Localizer *step = &localizer; step != nullptr && pattern == nullptr; step = parentOf(list, *step)) {
         if (step->catalogue != nullptr)
             pattern = step->catalogue->find(productId, messageId);
     }
-    std::unique_ptr<icu::MessageFormat> format;
+    MessageEntry entry;
     if (pattern != nullptr) {
         UErrorCode status = U_ZERO_ERROR;
         UParseError where;
-        format = std::make_unique<icu::MessageFormat>(icu::UnicodeString::fromUTF8(*pattern),
-                                                      icu::Locale(localizer.locale.c_str()), where, status);
+        entry.format = std::make_unique<icu::MessageFormat>(
+            icu::UnicodeString::fromUTF8(*pattern), icu::Locale(localizer.locale.c_str()), where, status);
         if (U_FAILURE(status))
-            format.reset();  // a broken text is treated as no text
+            entry.format.reset();  // a broken text is treated as no text
+        else
+            makePieces(entry);
     }
-    icu::MessageFormat *result = format.get();
-    localizer.messageFormats.emplace(key, std::move(format));
-    return result;
+    return &localizer.messageFormats.emplace(key, std::move(entry)).first->second;
+}
+
+icu::MessageFormat *messageFormatFor(ZelkLogLocalizerList &list, Localizer &localizer, uint64_t productId,
+                                     uint64_t messageId)
+{
+    return messageEntryFor(list, localizer, productId, messageId)->format.get();
+}
+
+const icu::NumberFormat *defaultNumberFormat(Localizer &localizer)
+{
+    if (localizer.numberFormat == nullptr) {
+        UErrorCode status = U_ZERO_ERROR;
+        localizer.numberFormat.reset(
+            icu::NumberFormat::createInstance(icu::Locale(localizer.locale.c_str()), status));
+        if (U_FAILURE(status))
+            localizer.numberFormat.reset();
+    }
+    return localizer.numberFormat.get();
 }
 
 UDateFormat *dateFormatFor(Localizer &localizer, bool milliseconds)

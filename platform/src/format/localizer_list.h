@@ -13,14 +13,49 @@
 #include "src/core/zelkLogCore.h"
 
 #include <unicode/msgfmt.h>
+#include <unicode/numfmt.h>
 #include <unicode/udat.h>
 
 #include <map>
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace zelk::core {
+
+// The date text of the last second formatted in one style: a thousand consecutive
+// records share one second, and formatting a date is the dearest part of a line.
+struct DateCache {
+    int64_t second = 0;
+    bool valid = false;
+    // The zone settings the text was made under: a tzset() with another zone starts anew.
+    long zoneOffset = 0;
+    int zoneDaylight = 0;
+    const char *zoneNames[2] = {nullptr, nullptr};
+    std::string text;    // whole text; with milliseconds: the part before the digits
+    std::string suffix;  // with milliseconds: the part after the digits
+    UChar32 zero = 0;    // with milliseconds: the locale's digit zero; 0: format in full
+    // With milliseconds, whether the formatter writes digits as zero + d (known once per
+    // formatter): 0 not yet known, 1 yes (zeroDigit), -1 no.
+    int digits = 0;
+    UChar32 zeroDigit = 0;
+};
+
+// A catalogue text ready to format.  A text whose top-level arguments are all plain
+// ({0}) or of a simple type ({1,number,#}) is also kept as pieces, so that a record can
+// be written straight into UTF-8: `literal`, then argument `argument` (-1 after the last
+// literal) through `format` (null: the argument as it is, numbers in the locale's
+// default number format) - the same steps ICU's formatter takes for such a text.
+struct MessageEntry {
+    struct Piece {
+        std::string literal;
+        int32_t argument = -1;
+        const icu::Format *format = nullptr;
+    };
+    std::unique_ptr<icu::MessageFormat> format;  // null when no catalogue has a usable text
+    std::vector<Piece> pieces;                   // empty: format through ICU only
+};
 
 struct Localizer {
     Localizer *next = nullptr;
@@ -30,8 +65,15 @@ struct Localizer {
     Localizer *parent = nullptr;                  // next locale of the chain, null after root
     bool parentKnown = false;
     UDateFormat *dateFormats[2] = {nullptr, nullptr};  // [with milliseconds]
+    DateCache dates[2];                                // [with milliseconds]
+    // The answer of the last localizerFor() that found this entry at the head of the
+    // list, by the locale id and directory asked for (every record asks the same).
+    std::string lastLocaleId;
+    std::string lastDirectory;
+    Localizer *lastFound = nullptr;
     // Message formatters by (product, message id); null for ids without a usable text.
-    std::map<std::pair<uint64_t, uint64_t>, std::unique_ptr<icu::MessageFormat>> messageFormats;
+    std::map<std::pair<uint64_t, uint64_t>, MessageEntry> messageFormats;
+    std::unique_ptr<icu::NumberFormat> numberFormat;  // the locale's default, made on first use
 
     Localizer() = default;
     Localizer(const Localizer &) = delete;
@@ -48,6 +90,14 @@ Localizer *localizerFor(ZelkLogLocalizerList &list, const char *directory, const
 // locale of the chain that has one; null when no catalogue has a usable text.
 icu::MessageFormat *messageFormatFor(ZelkLogLocalizerList &list, Localizer &localizer, uint64_t productId,
                                      uint64_t messageId);
+
+// The same as an entry with its pieces (never null).
+MessageEntry *messageEntryFor(ZelkLogLocalizerList &list, Localizer &localizer, uint64_t productId,
+                              uint64_t messageId);
+
+// The locale's default number format, as ICU's message formatter uses for a plain
+// argument that is a number; null when ICU cannot make one.
+const icu::NumberFormat *defaultNumberFormat(Localizer &localizer);
 
 // ICU's medium date and time formatter of the locale, in the zone GMT (the caller
 // shifts instants to local time); null when ICU cannot make one.

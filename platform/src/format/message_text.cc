@@ -21,6 +21,7 @@ namespace {
 
 // Deeper nesting is shown as "[...]" (the decoder already bounds it; this guards the stack).
 constexpr int kMaxDepth = 16;
+constexpr int32_t kFewArguments = 8;
 
 icu::UnicodeString fromWide(const wchar_t *text, size_t length)
 {
@@ -163,13 +164,24 @@ void appendList(ZelkLogMsgArgList const &list, uint64_t productId, int depth,
 {
     if (list.msgId != 0) {
         if (icu::MessageFormat *format = messageFormatFor(localizers, localizer, productId, list.msgId)) {
-            std::vector<icu::Formattable> values;
-            for (ZelkLogMsgArg *const *slot = list.args; slot != nullptr && *slot != nullptr; ++slot)
-                values.push_back(formattable(**slot, productId, depth, localizers, localizer));
+            // The values of the usual few arguments live on the stack.
+            icu::Formattable few[kFewArguments];
+            std::vector<icu::Formattable> many;
+            int32_t count = 0;
+            for (ZelkLogMsgArg *const *slot = list.args; slot != nullptr && *slot != nullptr;
+                 ++slot, ++count) {
+                if (count < kFewArguments) {
+                    few[count] = formattable(**slot, productId, depth, localizers, localizer);
+                } else {
+                    if (many.empty())
+                        many.assign(few, few + kFewArguments);
+                    many.push_back(formattable(**slot, productId, depth, localizers, localizer));
+                }
+            }
             icu::UnicodeString text;
             icu::FieldPosition ignored;
             UErrorCode status = U_ZERO_ERROR;
-            format->format(values.data(), static_cast<int32_t>(values.size()), text, ignored, status);
+            format->format(many.empty() ? few : many.data(), count, text, ignored, status);
             if (U_SUCCESS(status)) {
                 out += text;
                 return;
@@ -187,7 +199,84 @@ void appendList(ZelkLogMsgArgList const &list, uint64_t productId, int depth,
     appendPlainArguments(list.args, productId, depth, localizers, localizer, out);
 }
 
+// Writes the message of `list` from the pieces of its catalogue text straight into
+// UTF-8.  False, with `out` as it was, when an argument needs the whole of ICU's
+// formatter (missing, or refused by its format): the caller then formats through ICU.
+bool appendPieces(const MessageEntry &entry, ZelkLogMsgArgList const &list, uint64_t productId,
+                  ZelkLogLocalizerList &localizers, Localizer &localizer, std::string &out)
+{
+    const size_t start = out.size();
+    int32_t count = 0;
+    while (list.args != nullptr && list.args[count] != nullptr)
+        ++count;
+    for (const MessageEntry::Piece &piece : entry.pieces) {
+        out += piece.literal;
+        if (piece.argument < 0)
+            break;
+        if (piece.argument >= count) {
+            out.resize(start);
+            return false;
+        }
+        const ZelkLogMsgArg &arg = *list.args[piece.argument];
+        const bool text = arg.type == ZELKLOG_ARG_STRING || arg.type == ZELKLOG_ARG_XSTRING;
+        if (piece.format == nullptr && text) {
+            appendBytes(out, arg.value.string);
+            continue;
+        }
+        const icu::Formattable value = formattable(arg, productId, 0, localizers, localizer);
+        icu::UnicodeString formatted;
+        if (piece.format != nullptr) {
+            UErrorCode status = U_ZERO_ERROR;
+            piece.format->format(value, formatted, status);
+            if (U_FAILURE(status)) {
+                out.resize(start);
+                return false;
+            }
+        } else if (value.isNumeric()) {
+            const icu::NumberFormat *number = defaultNumberFormat(localizer);
+            UErrorCode status = U_ZERO_ERROR;
+            if (number != nullptr)
+                number->format(value, formatted, status);
+            if (number == nullptr || U_FAILURE(status)) {
+                out.resize(start);
+                return false;
+            }
+        } else {
+            formatted = value.getString();
+        }
+        formatted.toUTF8String(out);
+    }
+    return true;
+}
+
 }  // namespace
+
+void appendBytes(std::string &out, const char *text)
+{
+    if (text == nullptr)
+        return;
+    const char *end = text;
+    while (*end != '\0' && static_cast<unsigned char>(*end) < 0x80)
+        ++end;
+    if (*end == '\0')
+        out.append(text, static_cast<size_t>(end - text));
+    else
+        fromBytes(text).toUTF8String(out);
+}
+
+void appendMessageText(ZelkLogLocalizerList &list, Localizer &localizer, const ZelkLogMsg &record,
+                       std::string &out)
+{
+    if (record.args.msgId != 0) {
+        const MessageEntry *entry = messageEntryFor(list, localizer, record.productId, record.args.msgId);
+        if (!entry->pieces.empty() &&
+            appendPieces(*entry, record.args, record.productId, list, localizer, out))
+            return;
+    }
+    icu::UnicodeString text;
+    appendMessageText(list, localizer, record, text);
+    text.toUTF8String(out);
+}
 
 icu::UnicodeString fromBytes(const char *text)
 {

@@ -7,11 +7,21 @@
 
 #include <unicode/unistr.h>
 
+#include <string>
+
 namespace zelk::core {
 
 // Appends the message text of `record` to `out`.  Throws std::bad_alloc only.
 void appendMessageText(ZelkLogLocalizerList &list, Localizer &localizer, const ZelkLogMsg &record,
                        icu::UnicodeString &out);
+
+// The same, appended to UTF-8 text: catalogue texts of plain and simply typed arguments
+// are written without going through UTF-16.
+void appendMessageText(ZelkLogLocalizerList &list, Localizer &localizer, const ZelkLogMsg &record,
+                       std::string &out);
+
+// A record's string appended as UTF-8: ASCII as it is, anything else as fromBytes() reads it.
+void appendBytes(std::string &out, const char *text);
 
 // Text of a UTF-8 (or arbitrary byte) string; ill-formed bytes become U+FFFD.
 icu::UnicodeString fromBytes(const char *text);
