@@ -1,0 +1,186 @@
+#!/usr/bin/env bash
+# Mutation run: applies each single-point fault of scripts/mutants.txt, one at a time, to a
+# scratch copy of the tree, rebuilds incrementally and runs the whole test suite.  A mutant
+# is killed when a test fails (or times out), survives when every test passes, and counts
+# as not compiled when the build refuses it.  Prints the score per component and the
+# survivors.  Slow (see docs/testing.md); not part of .ci/run.
+#
+# The scratch build is the sanitizer build that .ci/run also runs (AddressSanitizer with
+# leak detection, UndefinedBehaviorSanitizer, Debug): a leak or an overrun kills a mutant
+# exactly when CI would fail on it.
+#
+#   nice scripts/mutate.sh [-c] [-k] [-m MUTANTS] [-o REGEX] [-w WORKDIR]
+#     -c          only check that every mutant applies (its snippet occurs exactly once)
+#     -k          reuse the scratch copy and its build from an earlier run (copies only
+#                 the files that changed since)
+#     -m FILE     mutant list (default scripts/mutants.txt)
+#     -o REGEX    only the mutants whose "id component file" matches REGEX
+#     -w DIR      scratch directory (default /tmp/zelk-mutate)
+#
+# Mutant list: one mutant per line, four fields separated by " @@ ":
+#     component @@ file @@ original snippet @@ replacement
+# "\n" in a snippet stands for a line break; the replacement "<drop>" for nothing.  The
+# original snippet must occur exactly once in the file.  Blank lines and lines that start
+# with "#" are ignored.  A mutant's id is its position among the mutants (M001...).
+set -euo pipefail
+
+root=$(cd "$(dirname "$0")/.." && pwd)
+mutants="$root/scripts/mutants.txt"
+only=""
+work=/tmp/zelk-mutate
+keep=0
+check=0
+while getopts "ckm:o:w:" opt; do
+    case "$opt" in
+    c) check=1 ;;
+    k) keep=1 ;;
+    m) mutants=$(cd "$(dirname "$OPTARG")" && pwd)/$(basename "$OPTARG") ;;
+    o) only="$OPTARG" ;;
+    w) work="$OPTARG" ;;
+    *) sed -n '7,24p' "$0"; exit 2 ;;
+    esac
+done
+
+tree="$work/tree"
+build="$work/build"
+results="$work/results.txt"
+test_timeout=${ZELK_MUTATE_TEST_TIMEOUT:-30}
+jobs=${ZELK_MUTATE_JOBS:-2}
+export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=1}
+export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
+
+# Replaces the one occurrence of ORIG by REPL in file $1; fails (3) unless ORIG occurs
+# exactly once.  With CHECK_ONLY=1 the file is left as it is.
+apply_mutant() {
+    perl -0777 -e '
+        my ($o, $r) = ($ENV{ORIG}, $ENV{REPL});
+        s/\\n/\n/g for ($o, $r);
+        $r = "" if $r eq "<drop>";
+        local $/; open(my $in, "<", $ARGV[0]) or die "$ARGV[0]: $!\n"; my $text = <$in>; close $in;
+        my $n = () = $text =~ /\Q$o\E/g;
+        if ($n != 1) { print STDERR "snippet occurs $n times\n"; exit 3 }
+        exit 0 if $ENV{CHECK_ONLY};
+        substr($text, index($text, $o), length $o) = $r;
+        open(my $out, ">", $ARGV[0]) or die "$ARGV[0]: $!\n"; print $out $text; close $out;' "$1"
+}
+
+# Reads the list into parallel arrays: one entry per mutant.
+ids=() components=() files=() originals=() replacements=()
+n=0
+while IFS= read -r line || [ -n "$line" ]; do
+    case "$line" in "" | \#*) continue ;; esac
+    n=$((n + 1))
+    IFS=$'\x1f' read -r c f o r <<<"${line// @@ /$'\x1f'}"
+    ids+=("$(printf 'M%03d' "$n")") components+=("$c") files+=("$f") originals+=("$o") replacements+=("$r")
+done <"$mutants"
+
+selected() {  # $1: index
+    [ -z "$only" ] || printf '%s %s %s\n' "${ids[$1]}" "${components[$1]}" "${files[$1]}" | grep -Eq -- "$only"
+}
+
+if [ "$check" = 1 ]; then
+    bad=0
+    for i in "${!ids[@]}"; do
+        selected "$i" || continue
+        if [ -z "${replacements[$i]}" ] ||
+            ! ORIG="${originals[$i]}" REPL="${replacements[$i]}" CHECK_ONLY=1 apply_mutant "$root/${files[$i]}"; then
+            echo "${ids[$i]} ${components[$i]} ${files[$i]}: does not apply: ${originals[$i]}" >&2
+            bad=1
+        fi
+    done
+    echo "${#ids[@]} mutants listed; components: $(printf '%s\n' "${components[@]}" | sort | uniq -c | tr -s ' \n' ' ')"
+    exit "$bad"
+fi
+
+# The file being mutated and its saved original; restored on every way out.
+current=""
+backup="$work/original.saved"
+restore() {
+    if [ -n "$current" ]; then
+        cp "$backup" "$tree/$current"  # a new mtime: the next build recompiles it
+        current=""
+    fi
+}
+trap 'restore' EXIT
+trap 'restore; echo "interrupted" >&2; exit 130' INT TERM
+
+# Copies the project's files into the scratch tree, only those that differ, so that the
+# scratch build stays incremental.
+sync_tree() {
+    mkdir -p "$tree"
+    (cd "$root" && git ls-files -co --exclude-standard) | while IFS= read -r f; do
+        [ -f "$root/$f" ] || continue
+        if ! cmp -s "$root/$f" "$tree/$f" 2>/dev/null; then
+            mkdir -p "$tree/$(dirname "$f")"
+            cp "$root/$f" "$tree/$f"
+        fi
+    done
+}
+
+[ "$keep" = 1 ] || rm -rf "$work"
+mkdir -p "$work"
+start=$(date +%s)
+sync_tree
+if [ ! -f "$build/build.ninja" ]; then
+    nice cmake -S "$tree" -B "$build" -G Ninja -DZELK_SANITIZE=ON -DZELK_BUILD_BENCH=OFF \
+        -DCMAKE_BUILD_TYPE=Debug >"$work/configure.log" 2>&1 ||
+        { echo "configure failed: $work/configure.log" >&2; exit 1; }
+fi
+nice ninja -C "$build" -j "$jobs" >"$work/build.log" 2>&1 || { echo "build failed: $work/build.log" >&2; exit 1; }
+if ! nice ctest --test-dir "$build" -j "$jobs" --timeout "$test_timeout" >"$work/baseline.log" 2>&1; then
+    echo "the unmutated suite fails; see $work/baseline.log" >&2
+    exit 1
+fi
+echo "baseline built and green after $(($(date +%s) - start)) s"
+
+: >"$results"
+for i in "${!ids[@]}"; do
+    selected "$i" || continue
+    name=${ids[$i]} component=${components[$i]} file=${files[$i]}
+    cp "$tree/$file" "$backup"
+    current="$file"
+    if [ -z "${replacements[$i]}" ] ||
+        ! ORIG="${originals[$i]}" REPL="${replacements[$i]}" apply_mutant "$tree/$file" 2>"$work/apply.err"; then
+        restore
+        printf '%s\t%s\t%s\tbad-mutant\t%s\n' "$name" "$component" "$file" "$(cat "$work/apply.err")" | tee -a "$results"
+        continue
+    fi
+    t0=$(date +%s)
+    detail=""
+    if ! nice ninja -C "$build" -j "$jobs" >"$work/mutant-build.log" 2>&1; then
+        outcome=not-compiled
+    elif nice ctest --test-dir "$build" -j "$jobs" --timeout "$test_timeout" --stop-on-failure \
+        >"$work/mutant-test.log" 2>&1; then
+        outcome=survived
+    else
+        outcome=killed
+        detail=$(grep -m1 -E '\*\*\*|Failed' "$work/mutant-test.log" |
+            sed -E 's/^ *[0-9]+\/[0-9]+ Test +#[0-9]+: //; s/ +\.{3,}.*(\*\*\*)?/ /' || true)
+    fi
+    restore
+    printf '%s\t%s\t%s\t%s\t%s\t%ss\t%s -> %s\n' "$name" "$component" "$file" "$outcome" "$detail" \
+        "$(($(date +%s) - t0))" "${originals[$i]}" "${replacements[$i]}" | tee -a "$results"
+done
+
+# Leaves the scratch build matching the tree again.
+nice ninja -C "$build" -j "$jobs" >/dev/null 2>&1 || true
+
+echo
+echo "Score per component (killed / compiled mutants):"
+awk -F'\t' '
+    { c = $2; seen[c] = 1; if ($4 == "killed") k[c]++; if ($4 == "killed" || $4 == "survived") n[c]++
+      if ($4 == "not-compiled" || $4 == "bad-mutant") other[c]++ }
+    END {
+        for (c in seen) {
+            printf "  %-9s %3d / %3d", c, k[c], n[c]
+            if (n[c] > 0) printf "  %5.1f %%", 100 * k[c] / n[c]
+            if (other[c] > 0) printf "  (%d not compiled or not applied)", other[c]
+            printf "\n"; K += k[c]; N += n[c]
+        }
+        if (N > 0) printf "  %-9s %3d / %3d  %5.1f %%\n", "~all", K, N, 100 * K / N
+    }' "$results" | sort
+echo
+echo "Survivors:"
+awk -F'\t' '$4 == "survived" { printf "  %s %s %s: %s\n", $1, $2, $3, $7 }' "$results"
+echo
+echo "Run time: $(($(date +%s) - start)) s; results in $results"
