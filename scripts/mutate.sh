@@ -23,6 +23,8 @@
 # original snippet must occur exactly once in the file.  Blank lines and lines that start
 # with "#" are ignored.  A mutant's id is its position among the mutants (M001...).
 set -euo pipefail
+# The whole script is one block, read before it runs: editing the file mid-run is safe.
+{
 
 root=$(cd "$(dirname "$0")/.." && pwd)
 mutants="$root/scripts/mutants.txt"
@@ -108,13 +110,17 @@ trap 'restore; echo "interrupted" >&2; exit 130' INT TERM
 # scratch build stays incremental.
 sync_tree() {
     mkdir -p "$tree"
-    (cd "$root" && git ls-files -co --exclude-standard) | while IFS= read -r f; do
-        [ -f "$root/$f" ] || continue
-        if ! cmp -s "$root/$f" "$tree/$f" 2>/dev/null; then
-            mkdir -p "$tree/$(dirname "$f")"
-            cp "$root/$f" "$tree/$f"
-        fi
-    done
+    (cd "$root" && git ls-files -co --exclude-standard -z) | perl -0 -MFile::Compare -MFile::Copy -MFile::Path=make_path -e '
+        my ($from, $to) = @ARGV[0, 1];
+        while (my $f = <STDIN>) {
+            chomp $f;
+            next unless -f "$from/$f";
+            next if -f "$to/$f" && compare("$from/$f", "$to/$f") == 0;
+            (my $dir = "$to/$f") =~ s{/[^/]*$}{};
+            make_path($dir);
+            copy("$from/$f", "$to/$f") or die "$f: $!\n";
+            chmod((stat "$from/$f")[2] & 07777, "$to/$f");
+        }' "$root" "$tree"
 }
 
 [ "$keep" = 1 ] || rm -rf "$work"
@@ -184,3 +190,5 @@ echo "Survivors:"
 awk -F'\t' '$4 == "survived" { printf "  %s %s %s: %s\n", $1, $2, $3, $7 }' "$results"
 echo
 echo "Run time: $(($(date +%s) - start)) s; results in $results"
+exit 0
+}
