@@ -9,10 +9,11 @@
 # leak detection, UndefinedBehaviorSanitizer, Debug): a leak or an overrun kills a mutant
 # exactly when CI would fail on it.
 #
-#   nice scripts/mutate.sh [-c] [-k] [-m MUTANTS] [-o REGEX] [-w WORKDIR]
+#   nice scripts/mutate.sh [-c] [-k] [-r REV] [-m MUTANTS] [-o REGEX] [-w WORKDIR]
 #     -c          only check that every mutant applies (its snippet occurs exactly once)
 #     -k          reuse the scratch copy and its build from an earlier run (copies only
 #                 the files that changed since)
+#     -r REV      score the tree of commit REV (e.g. an older one) instead of the working tree
 #     -m FILE     mutant list (default scripts/mutants.txt)
 #     -o REGEX    only the mutants whose "id component file" matches REGEX
 #     -w DIR      scratch directory (default /tmp/zelk-mutate)
@@ -22,6 +23,10 @@
 # "\n" in a snippet stands for a line break; the replacement "<drop>" for nothing.  The
 # original snippet must occur exactly once in the file.  Blank lines and lines that start
 # with "#" are ignored.  A mutant's id is its position among the mutants (M001...).
+#
+# The suite runs as its test programs (every GoogleTest program once, with all its cases,
+# and the other CTest tests as CTest knows them), two at a time, each with a time limit;
+# the first failing program ends a mutant's run.
 set -euo pipefail
 # The whole script is one block, read before it runs: editing the file mid-run is safe.
 {
@@ -32,21 +37,23 @@ only=""
 work=/tmp/zelk-mutate
 keep=0
 check=0
-while getopts "ckm:o:w:" opt; do
+revision=""
+while getopts "ckm:o:r:w:" opt; do
     case "$opt" in
     c) check=1 ;;
     k) keep=1 ;;
+    r) revision="$OPTARG" ;;
     m) mutants=$(cd "$(dirname "$OPTARG")" && pwd)/$(basename "$OPTARG") ;;
     o) only="$OPTARG" ;;
     w) work="$OPTARG" ;;
-    *) sed -n '7,24p' "$0"; exit 2 ;;
+    *) sed -n '7,30p' "$0"; exit 2 ;;
     esac
 done
 
 tree="$work/tree"
 build="$work/build"
 results="$work/results.txt"
-test_timeout=${ZELK_MUTATE_TEST_TIMEOUT:-30}
+program_timeout=${ZELK_MUTATE_TIMEOUT:-120}
 jobs=${ZELK_MUTATE_JOBS:-2}
 export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=1}
 export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
@@ -109,8 +116,15 @@ trap 'restore; echo "interrupted" >&2; exit 130' INT TERM
 # Copies the project's files into the scratch tree, only those that differ, so that the
 # scratch build stays incremental.
 sync_tree() {
+    local source="$root"
     mkdir -p "$tree"
-    (cd "$root" && git ls-files -co --exclude-standard -z) | perl -0 -MFile::Compare -MFile::Copy -MFile::Path=make_path -e '
+    if [ -n "$revision" ]; then
+        source="$work/snapshot"
+        rm -rf "$source" && mkdir -p "$source"
+        git -C "$root" archive "$revision" | tar -x -C "$source"
+    fi
+    (cd "$source" && if [ -n "$revision" ]; then find . -type f -printf '%P\0'; else
+        git ls-files -co --exclude-standard -z; fi) | perl -0 -MFile::Compare -MFile::Copy -MFile::Path=make_path -e '
         my ($from, $to) = @ARGV[0, 1];
         while (my $f = <STDIN>) {
             chomp $f;
@@ -120,21 +134,54 @@ sync_tree() {
             make_path($dir);
             copy("$from/$f", "$to/$f") or die "$f: $!\n";
             chmod((stat "$from/$f")[2] & 07777, "$to/$f");
-        }' "$root" "$tree"
+        }' "$source" "$tree"
+}
+
+# The suite's programs, one command a line (fields separated by \x1f).
+list_programs() {
+    ctest --test-dir "$build" --show-only=json-v1 | perl -MJSON::PP -0777 -ne '
+        my %seen;
+        for my $test (@{decode_json($_)->{tests}}) {
+            my @command = @{$test->{command} // []};
+            next unless @command;
+            @command = ($command[0]) if grep { /^--gtest_filter=/ } @command;
+            my $line = join("\x1f", @command);
+            print "$line\n" unless $seen{$line}++;
+        }'
+}
+
+# Runs every program of the suite; 0 when all pass.  Logs and the failed programs'
+# names go to directory $1.
+run_suite() {
+    rm -rf "$1" && mkdir -p "$1"
+    list_programs >"$1/programs"
+    (cd "$build/tests" && tr '\n' '\0' <"$1/programs" |
+        xargs -0 -P "$jobs" -I{} "$work/run-program.sh" "$1" "$program_timeout" {}) >/dev/null 2>&1 || true
+    [ ! -s "$1/failed" ]
 }
 
 [ "$keep" = 1 ] || rm -rf "$work"
 mkdir -p "$work"
+cat >"$work/run-program.sh" <<'PROGRAM'
+#!/usr/bin/env bash
+# $1: log directory, $2: time limit in seconds, $3: the command (fields separated by \x1f)
+IFS=$'\x1f' read -r -a command <<<"$3"
+name=$(basename "${command[0]}")
+timeout -k 5 "$2" nice "${command[@]}" >"$1/$name.log" 2>&1 && exit 0
+echo "$name (exit $?)" >>"$1/failed"
+exit 255  # ends xargs: the first failure decides
+PROGRAM
+chmod +x "$work/run-program.sh"
 start=$(date +%s)
 sync_tree
-if [ ! -f "$build/build.ninja" ]; then
-    nice cmake -S "$tree" -B "$build" -G Ninja -DZELK_SANITIZE=ON -DZELK_BUILD_BENCH=OFF \
-        -DCMAKE_BUILD_TYPE=Debug >"$work/configure.log" 2>&1 ||
-        { echo "configure failed: $work/configure.log" >&2; exit 1; }
-fi
+# Test programs are not relinked when only a shared library changed: a mutant rebuilds
+# one object and one library.
+nice cmake -S "$tree" -B "$build" -G Ninja -DZELK_SANITIZE=ON -DZELK_BUILD_BENCH=OFF -DCMAKE_BUILD_TYPE=Debug \
+    -DCMAKE_LINK_DEPENDS_NO_SHARED=ON >"$work/configure.log" 2>&1 ||
+    { echo "configure failed: $work/configure.log" >&2; exit 1; }
 nice ninja -C "$build" -j "$jobs" >"$work/build.log" 2>&1 || { echo "build failed: $work/build.log" >&2; exit 1; }
-if ! nice ctest --test-dir "$build" -j "$jobs" --timeout "$test_timeout" >"$work/baseline.log" 2>&1; then
-    echo "the unmutated suite fails; see $work/baseline.log" >&2
+if ! run_suite "$work/baseline"; then
+    echo "the unmutated suite fails: $(cat "$work/baseline/failed"); logs in $work/baseline" >&2
     exit 1
 fi
 echo "baseline built and green after $(($(date +%s) - start)) s"
@@ -155,13 +202,11 @@ for i in "${!ids[@]}"; do
     detail=""
     if ! nice ninja -C "$build" -j "$jobs" >"$work/mutant-build.log" 2>&1; then
         outcome=not-compiled
-    elif nice ctest --test-dir "$build" -j "$jobs" --timeout "$test_timeout" --stop-on-failure \
-        >"$work/mutant-test.log" 2>&1; then
+    elif run_suite "$work/mutant"; then
         outcome=survived
     else
         outcome=killed
-        detail=$(grep -m1 -E '\*\*\*|Failed' "$work/mutant-test.log" |
-            sed -E 's/^ *[0-9]+\/[0-9]+ Test +#[0-9]+: //; s/ +\.{3,}.*(\*\*\*)?/ /' || true)
+        detail=$(head -n 1 "$work/mutant/failed")
     fi
     restore
     printf '%s\t%s\t%s\t%s\t%s\t%ss\t%s -> %s\n' "$name" "$component" "$file" "$outcome" "$detail" \
