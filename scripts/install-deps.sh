@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs every package the build, the tests and the benchmarks need (Debian 12, as root).
+# Installs every package the build, the tests, the benchmarks and scripts/mutate.sh need
+# (Debian 12, as root).
 set -euo pipefail
 if [ "$(id -u)" -ne 0 ]; then
   echo "install-deps.sh: run as root (apt-get)" >&2
@@ -10,4 +11,4 @@ apt-get update
 apt-get install -y --no-install-recommends \
   build-essential cmake ninja-build pkg-config flex bison \
   libicu-dev libinih-dev libxxhash-dev libgtest-dev libgmock-dev libbenchmark-dev \
-  binutils clang-format
+  binutils clang-format perl

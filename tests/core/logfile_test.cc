@@ -1,4 +1,5 @@
 // Log files at the core level: writer, header reader and record reader together.
+#include "tests/support/lock_probe.h"
 #include "tests/support/log_fixture.h"
 #include "src/core/zelkLogCore.h"
 
@@ -10,6 +11,7 @@
 
 #include <chrono>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <memory>
@@ -145,10 +147,17 @@ TEST(LogFile, HeaderOfEveryFormatAndActiveWriters)
     EXPECT_EQ(headerCode(path, &header), ZELKLOG_RC_HEADER_NOTICE);
     EXPECT_STREQ(header.text, "hdr");
     auto second = std::make_unique<LogFile>(path);
+    // Each append takes the file's lock and gives it back: no other writer is kept waiting.
+    EXPECT_TRUE(first->append("one"));
+    EXPECT_TRUE(zelk::test::finishesWithin(2, [&] { second->append("two"); }))
+        << "the second writer waited 2 s for the lock the first one left held";
     first.reset();
     EXPECT_EQ(headerCode(path, &header), ZELKLOG_RC_HEADER_NOTICE);
     second.reset();
     EXPECT_EQ(headerCode(path, &header), 0u);
+    // Creation leaves no temporary file behind.
+    for (const auto &entry : std::filesystem::directory_iterator(dir.path()))
+        EXPECT_NE(entry.path().filename().string()[0], '.') << entry.path();
 }
 
 // A torn last record is read up to; a writer appending behind it is followed.  A frame
@@ -255,7 +264,7 @@ TEST(LogFile, ReaderFollowsSeveralWritingProcesses)
     }
     std::vector<int> next(kWriters, 0);
     Handle handle(path);
-    auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(120);
+    auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
     for (int seen = 0; seen < kWriters * kEach && std::chrono::steady_clock::now() < deadline;) {
         std::string record = handle.next();
         if (record == "<none>") {
@@ -267,12 +276,16 @@ TEST(LogFile, ReaderFollowsSeveralWritingProcesses)
         ASSERT_EQ(record, text(w, next[w])) << "writer " << w;
         ++next[w], ++seen;
     }
+    if (next != std::vector<int>(kWriters, kEach)) {
+        ADD_FAILURE() << "waited 20 s for the writers' records: a writer is blocked or died";
+        for (pid_t child : children)
+            kill(child, SIGKILL);
+    }
     for (pid_t child : children) {
         int status = 0;
         waitpid(child, &status, 0);
-        EXPECT_EQ(WEXITSTATUS(status), 0);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "writer process " << child;
     }
-    EXPECT_EQ(next, std::vector<int>(kWriters, kEach));
     ZelkLogFileHeader header;
     file.close();
     EXPECT_EQ(headerCode(path, &header), 0u);

@@ -85,6 +85,12 @@ TEST(PropertyStore, HandwrittenFilesAreRead)
     EXPECT_EQ(zelk::test::storeSections(location), (Names{"7", "Empty"}));
     EXPECT_EQ(storeValue(location, "7", "Names"), "later wins");
     EXPECT_EQ(storeValue(location, "7", "LogDirectory"), "/var/log/b");
+    // A write keeps the file's permissions.
+    ASSERT_EQ(chmod(location.c_str(), 0640), 0);
+    config.setProperty(location, "7", "Names", "changed");
+    struct stat info {};
+    ASSERT_EQ(stat(location.c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0777, 0640u);
     Store product(location, "7");
     char *value = nullptr;
     EXPECT_EQ(utiGetPropertyAsStr(&product.handle, "Missing", &value), UTI_PS_NOT_FOUND);
@@ -116,19 +122,6 @@ TEST(PropertyStore, DamagedFilesGiveACode)
         EXPECT_EQ(Store(config.path(name), "").code, UTI_PS_CORRUPT) << name;
     EXPECT_EQ(Store(config.path("missing.conf"), "").code, UTI_PS_NO_STORE);
     EXPECT_EQ(Store(config.globalStore(), "nope").code, UTI_PS_NOT_FOUND);
-}
-
-TEST(PropertyStore, CloseAfterFailedOpenIsHarmless)
-{
-    ConfigFixture config;
-    UtiPropertyStore handle{};
-    EXPECT_EQ(utiOpenPropertyStore(config.path("missing.conf").c_str(), "", &handle, 0), UTI_PS_NO_STORE);
-    EXPECT_EQ(utiClosePropertyStore(&handle), 0u);
-    EXPECT_EQ(utiClosePropertyStore(&handle), 0u);
-    char *value = nullptr;
-    EXPECT_EQ(utiGetPropertyAsStr(&handle, "x", &value), UTI_PS_BAD_ARGUMENT);
-    EXPECT_EQ(utiSetPropertyAsStr(&handle, "x", "y"), UTI_PS_BAD_ARGUMENT);
-    EXPECT_EQ(utiOpenPropertyStore("", "", &handle, 0), UTI_PS_OPEN_FAILED);
 }
 
 TEST(PropertyStore, ThreadsLoseNoUpdate)

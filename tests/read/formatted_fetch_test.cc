@@ -1,9 +1,8 @@
 // The formatted fetch: text in the chosen locale, the default flags, the codes that
 // leave no text, and context titles learnt from context records that do not match.
-#include "src/core/zelkLogCore.h"
-
 #include "tests/support/config_fixture.h"
 #include "tests/support/log_fixture.h"
+#include "zelkLogRead.h"
 
 #include <gtest/gtest.h>
 
@@ -32,8 +31,13 @@ TEST(FormattedFetch, LocalesTitlesFlagsAndCodes)
     context.msgId = 0;
     context.contextText = "Nightly backup";
     context.pid = 1;  // fails the filter, still teaches the title
+    // A second context whose token shares the first one's bucket in the title table.
+    zelk::test::RecordFields neighbour = context;
+    neighbour.contextToken = "tok-56";
+    neighbour.contextText = "Other context";
     const std::string file = config.logDirectory(7) + "a.log";
-    zelk::test::writeLogFile(file, {context, app(2, "tok-1"), app(3), app(3), app(3), app(3)}, 1000);
+    zelk::test::writeLogFile(file, {context, neighbour, app(2, "tok-1"), app(3), app(3), app(3), app(3)},
+                             1000);
     zelk::test::appendRawRecord(file, "garbage");
     zelk::test::appendRecords(file, {app(4)});
     LogQuery query;

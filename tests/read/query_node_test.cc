@@ -14,16 +14,6 @@ QueryNode *leaf(int32_t kind, const void *value, const char *locale = nullptr)
     return addNewNode(kind, &record, &context);
 }
 
-// Leaves and operators as parsing builds them are checked through the parser's trees.
-TEST(QueryNode, RefusesWhatIsNoNode)
-{
-    QueryNode record{};
-    for (int32_t kind : {0, +ERROR_FOUND, +BETWEEN, +ROUND_OPEN, +ZELKLOGREC_PID})
-        EXPECT_EQ(addNewNode(kind, &record, nullptr), nullptr) << kind;
-    EXPECT_EQ(addNewNode(INTCONST, nullptr, nullptr), nullptr);
-    EXPECT_EQ(addNewNode(STRINGCONST, &record, nullptr), nullptr);  // no token text
-}
-
 // Chains far deeper than the walk's fixed stack, leaning either way or zig-zagging,
 // with texts and locale copies on both sides (the leak checker sees what is left).
 TEST(QueryNode, RemoveTreeOfAnyShape)

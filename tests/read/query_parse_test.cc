@@ -1,5 +1,6 @@
 // Parsing filter texts: tree shapes, result codes, limits, and parses from several
 // threads at once.
+#include "tests/support/lock_probe.h"
 #include "tests/support/query_tree_text.h"
 #include "zelkLogRead.h"
 
@@ -76,6 +77,15 @@ TEST(Parse, TreesAndCodes)
     EXPECT_EQ(parseQueryString("PID = 5", nullptr, nullptr), ZELKLOG_RC_BAD_ARGUMENT);
     QueryNode *root = nullptr;
     EXPECT_EQ(parseQueryString(nullptr, nullptr, &root), ZELKLOG_RC_BAD_ARGUMENT);
+}
+
+// Every parse gives the common lock back, a failed one too: a lock kept would block the next.
+TEST(Parse, GivesTheLockBack)
+{
+    for (const char *text : {"PID = 5 @", "PID = 5"}) {
+        parse(text);
+        ASSERT_TRUE(zelk::test::commonLockIsFree()) << "the parse lock is still held after: " << text;
+    }
 }
 
 // Text operands get their own copy of the locale; BETWEEN bounds get none.
