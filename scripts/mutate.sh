@@ -14,6 +14,8 @@
 #     -k          reuse the scratch copy and its build from an earlier run (copies only
 #                 the files that changed since)
 #     -r REV      score the tree of commit REV (e.g. an older one) instead of the working tree
+#     -B DIR      also score the test programs in DIR (for example those of an earlier suite,
+#                 copied from a scratch build's tests/ directory) against every mutant
 #     -m FILE     mutant list (default scripts/mutants.txt)
 #     -o REGEX    only the mutants whose "id component file" matches REGEX
 #     -w DIR      scratch directory (default /tmp/zelk-mutate)
@@ -38,15 +40,17 @@ work=/tmp/zelk-mutate
 keep=0
 check=0
 revision=""
-while getopts "ckm:o:r:w:" opt; do
+compare=""
+while getopts "B:ckm:o:r:w:" opt; do
     case "$opt" in
     c) check=1 ;;
     k) keep=1 ;;
     r) revision="$OPTARG" ;;
+    B) compare=$(cd "$OPTARG" && pwd) ;;
     m) mutants=$(cd "$(dirname "$OPTARG")" && pwd)/$(basename "$OPTARG") ;;
     o) only="$OPTARG" ;;
     w) work="$OPTARG" ;;
-    *) sed -n '7,30p' "$0"; exit 2 ;;
+    *) sed -n '7,32p' "$0"; exit 2 ;;
     esac
 done
 
@@ -149,11 +153,15 @@ list_programs() {
         }'
 }
 
-# Runs every program of the suite; 0 when all pass.  Logs and the failed programs'
-# names go to directory $1.
+# Runs every program of the suite (with $2 = compare: the programs of the -B directory);
+# 0 when all pass.  Logs and the failed programs' names go to directory $1.
 run_suite() {
     rm -rf "$1" && mkdir -p "$1"
-    list_programs >"$1/programs"
+    if [ "${2:-}" = compare ]; then
+        find "$compare" -maxdepth 1 -type f -perm -u+x | sort >"$1/programs"
+    else
+        list_programs >"$1/programs"
+    fi
     (cd "$build/tests" && tr '\n' '\0' <"$1/programs" |
         xargs -0 -P "$jobs" -I{} "$work/run-program.sh" "$1" "$program_timeout" {}) >/dev/null 2>&1 || true
     [ ! -s "$1/failed" ]
@@ -185,6 +193,10 @@ if ! run_suite "$work/baseline"; then
     echo "the unmutated suite fails: $(cat "$work/baseline/failed"); logs in $work/baseline" >&2
     exit 1
 fi
+if [ -n "$compare" ] && ! run_suite "$work/baseline-compare" compare; then
+    echo "the -B programs fail unmutated: $(cat "$work/baseline-compare/failed")" >&2
+    exit 1
+fi
 echo "baseline built and green after $(($(date +%s) - start)) s"
 
 : >"$results"
@@ -201,6 +213,7 @@ for i in "${!ids[@]}"; do
     fi
     t0=$(date +%s)
     detail=""
+    other=""
     if ! nice ninja -C "$build" -j "$jobs" >"$work/mutant-build.log" 2>&1; then
         outcome=not-compiled
     elif run_suite "$work/mutant"; then
@@ -209,9 +222,12 @@ for i in "${!ids[@]}"; do
         outcome=killed
         detail=$(head -n 1 "$work/mutant/failed")
     fi
+    if [ -n "$compare" ] && [ "$outcome" != not-compiled ]; then
+        run_suite "$work/mutant-compare" compare && other=survived || other=killed
+    fi
     restore
-    printf '%s\t%s\t%s\t%s\t%s\t%ss\t%s -> %s\n' "$name" "$component" "$file" "$outcome" "$detail" \
-        "$(($(date +%s) - t0))" "${originals[$i]}" "${replacements[$i]}" | tee -a "$results"
+    printf '%s\t%s\t%s\t%s\t%s\t%ss\t%s -> %s\t%s\n' "$name" "$component" "$file" "$outcome" "$detail" \
+        "$(($(date +%s) - t0))" "${originals[$i]}" "${replacements[$i]}" "$other" | tee -a "$results"
 done
 
 # Leaves the scratch build matching the tree again.
@@ -231,6 +247,14 @@ awk -F'\t' '
         }
         if (N > 0) printf "  %-9s %3d / %3d  %5.1f %%\n", "~all", K, N, 100 * K / N
     }' "$results" | sort
+if [ -n "$compare" ]; then
+    echo
+    echo "Score of the -B programs (killed / compiled mutants):"
+    awk -F'\t' '$8 != "" { c = $2; seen[c] = 1; n[c]++; if ($8 == "killed") k[c]++ }
+        END { for (c in seen) { printf "  %-9s %3d / %3d  %5.1f %%\n", c, k[c], n[c], 100 * k[c] / n[c]
+                                K += k[c]; N += n[c] }
+              if (N > 0) printf "  %-9s %3d / %3d  %5.1f %%\n", "~all", K, N, 100 * K / N }' "$results" | sort
+fi
 echo
 echo "Survivors:"
 awk -F'\t' '$4 == "survived" { printf "  %s %s %s: %s\n", $1, $2, $3, $7 }' "$results"
