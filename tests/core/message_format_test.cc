@@ -300,18 +300,4 @@ TEST_F(MessageFormat, CataloguesAreCachedPerListAndDirectory)
     zelkLogFree(text);
 }
 
-TEST_F(MessageFormat, RefusesMissingArguments)
-{
-    TestRecord record;
-    char *text = reinterpret_cast<char *>(&record);
-    EXPECT_EQ(LogFormatMessage(&list_, nullptr, "en", 0, 0, nullptr, nullptr, 0, &text),
-              ZELKLOG_RC_BAD_ARGUMENT);
-    EXPECT_EQ(text, nullptr);
-    EXPECT_EQ(LogFormatMessage(&list_, nullptr, "en", 0, 0, nullptr, record.get(), 0, nullptr),
-              ZELKLOG_RC_BAD_ARGUMENT);
-    EXPECT_EQ(zelkLogFormatMessageEx(nullptr, "en", 0, 0xF03, 0, record.get(), &text),
-              ZELKLOG_RC_BAD_ARGUMENT);
-    EXPECT_EQ(text, nullptr);
-}
-
 }  // namespace

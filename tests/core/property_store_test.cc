@@ -149,16 +149,4 @@ TEST(PropertyStore, ThreadsLoseNoUpdate)
         EXPECT_EQ(entry.path().filename().string().find(".tmp."), std::string::npos) << entry.path();
 }
 
-TEST(PropertyStore, SnapshotKeepsAnEnumerationConsistent)
-{
-    ConfigFixture config({{7, {"a"}}, {8, {"b"}}});
-    Store reader(config.globalStore(), "");
-    config.setProperty(config.globalStore(), "9", "Names", "c");
-    EXPECT_EQ(reader.sections(), (Names{"7", "8"}));
-    EXPECT_EQ(Store(config.globalStore(), "").sections(), (Names{"7", "8", "9"}));
-    // A change through the handle refreshes its view, other writers' changes included.
-    ASSERT_EQ(utiSetPropertyAsStr(&reader.handle, "JVMPath", "/j"), 0u);
-    EXPECT_EQ(reader.sections(), (Names{"7", "8", "9"}));
-}
-
 }  // namespace
