@@ -14,6 +14,8 @@
 #     -k          reuse the scratch copy and its build from an earlier run (copies only
 #                 the files that changed since)
 #     -r REV      score the tree of commit REV (e.g. an older one) instead of the working tree
+#     -R          take the mutants round-robin across components (a run cut short still
+#                 covers every component)
 #     -B DIR      also score the test programs in DIR (for example those of an earlier suite,
 #                 copied from a scratch build's tests/ directory) against every mutant
 #     -m FILE     mutant list (default scripts/mutants.txt)
@@ -41,16 +43,18 @@ keep=0
 check=0
 revision=""
 compare=""
-while getopts "B:ckm:o:r:w:" opt; do
+roundrobin=0
+while getopts "B:Rckm:o:r:w:" opt; do
     case "$opt" in
     c) check=1 ;;
     k) keep=1 ;;
+    R) roundrobin=1 ;;
     r) revision="$OPTARG" ;;
     B) compare=$(cd "$OPTARG" && pwd) ;;
     m) mutants=$(cd "$(dirname "$OPTARG")" && pwd)/$(basename "$OPTARG") ;;
     o) only="$OPTARG" ;;
     w) work="$OPTARG" ;;
-    *) sed -n '7,32p' "$0"; exit 2 ;;
+    *) sed -n '7,34p' "$0"; exit 2 ;;
     esac
 done
 
@@ -200,7 +204,12 @@ fi
 echo "baseline built and green after $(($(date +%s) - start)) s"
 
 : >"$results"
-for i in "${!ids[@]}"; do
+order=("${!ids[@]}")
+if [ "$roundrobin" = 1 ]; then
+    mapfile -t order < <(for i in "${!ids[@]}"; do echo "${components[$i]} $i"; done |
+        awk '{ print (seen[$1]++) * 1000 + $2, $2 }' | sort -n | cut -d' ' -f2)
+fi
+for i in "${order[@]}"; do
     selected "$i" || continue
     name=${ids[$i]} component=${components[$i]} file=${files[$i]}
     cp "$tree/$file" "$backup"
