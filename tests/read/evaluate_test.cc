@@ -1,5 +1,5 @@
 // Records of every kind against hand-built query trees: field rules, operand order,
-// context-token rules and the size limits of the walk.
+// context-token rules, the size limits of the walk; the checksum exported beside it.
 #include "zelkLogRead.h"
 
 #include <gtest/gtest.h>
@@ -146,6 +146,16 @@ TEST_F(Evaluate, TreesBeyondTheSlotsMatchNothing)
     EXPECT_FALSE(matches(deep, records_[0])) << "deeper than the walk's stack";
     EXPECT_FALSE(matches(node(INTCONST, 3), records_[0])) << "a leaf is not a condition";
     EXPECT_EQ(IsTrueCondition(nullptr, &query_), 0);
+}
+
+// The Fletcher checksum exported beside the evaluator.
+TEST(HashTokenID, FletcherSums)
+{
+    EXPECT_EQ(HashTokenID("", 0, 0), 0u);
+    EXPECT_EQ(HashTokenID("abcde", 5, 0), 0xC8F0u);
+    EXPECT_EQ(HashTokenID("abcde", 5, 12345), 0xC8F0u) << "the third argument plays no part";
+    EXPECT_EQ(HashTokenID("abcde", -3, 0), 0u);
+    EXPECT_EQ(HashTokenID(nullptr, 5, 0), 0u);
 }
 
 }  // namespace
