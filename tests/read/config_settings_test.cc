@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <filesystem>
 #include <string>
 
 namespace {
@@ -49,6 +50,11 @@ TEST(Settings, ToolsDirectorySectionIsMadeAnew)
     EXPECT_EQ(toolsDirectory(), "<none>");
     ASSERT_EQ(zelkLogCfgSetToolsResDir("/opt/tools/res"), 0u);
     EXPECT_EQ(toolsDirectory(), "/opt/tools/res");
+    // A store that can be read but not written (its writers' lock cannot be made).
+    std::filesystem::remove(config.globalStore() + ".lock");
+    std::filesystem::create_directory(config.globalStore() + ".lock");
+    EXPECT_EQ(zelkLogCfgSetToolsResDir("/elsewhere"), ZELKLOG_RC_STORE_UNAVAILABLE);
+    std::filesystem::remove(config.globalStore() + ".lock");
     ASSERT_EQ(zelkLogCfgRemoveToolsResDir(), 0u);
     EXPECT_EQ(toolsDirectory(), "<none>");
     EXPECT_EQ(zelkLogCfgRemoveToolsResDir(), ZELKLOG_RC_FAILURE) << "no section left to remove";
