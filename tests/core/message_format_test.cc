@@ -255,6 +255,10 @@ TEST_F(MessageFormat, TimesFollowTheZoneRuleOfTheirMoment)
     summer.msg.timeMs = -1;             // 1969-12-31 23:59:59.999 UTC
     EXPECT_EQ(format(winter.get(), "de_DE", 0x001), "15.01.2023, 13:00:00");
     EXPECT_EQ(format(summer.get(), "de_DE", 0x005), "01.01.1970, 00:59:59.999");
+    // Half a second before clocks went forward in 1969: the zone rule of the second it
+    // falls in (rounded down, not toward zero).
+    winter.msg.timeMs = -23929200500;  // 1969-03-30 00:59:59.5 UTC
+    EXPECT_EQ(format(winter.get(), "de_DE", 0x005), "30.03.1969, 01:59:59.500");
     summer.msg.timeMs = 1689422400000;  // 2023-07-15 12:00 UTC
     EXPECT_EQ(format(summer.get(), "de_DE", 0x001), "15.07.2023, 14:00:00");
 }
