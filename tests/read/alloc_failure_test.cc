@@ -2,7 +2,6 @@
 // the place of the logging core's and refuse the n-th request, for n = 0, 1, 2, ... until
 // a run makes no more requests than that.  Every step must end with one of its result
 // codes and release all it built (the leak checker of the sanitizer build sees it).
-#include "src/core/zelkLogCore.h"
 
 #include "tests/support/config_fixture.h"
 #include "tests/support/log_fixture.h"

@@ -1,6 +1,5 @@
 // Listing products and originators and looking up ids by name, over real store files.
 #include "tests/support/config_fixture.h"
-#include "src/core/zelkLogCore.h"
 #include "zelkLogRead.h"
 
 #include <gtest/gtest.h>

@@ -1,34 +1,18 @@
 // Removing a product, an originator or a logset, and the common lock around them.
 #include "tests/support/config_fixture.h"
-#include "src/core/zelkLogCore.h"
+#include "tests/support/lock_probe.h"
 #include "zelkLogRead.h"
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <filesystem>
-#include <future>
-#include <thread>
 
 namespace {
 
+using zelk::test::commonLockIsFree;
 using zelk::test::ConfigFixture;
 using zelk::test::Names;
 using zelk::test::storeSections;
-
-// True when another thread can take the common lock within a second.  A thread that
-// stays blocked is left behind (the test has failed then anyway).
-bool commonLockIsFree()
-{
-    auto taken = std::make_shared<std::promise<void>>();
-    std::future<void> done = taken->get_future();
-    std::thread([taken] {
-        zelkLockCommon("test");
-        zelkUnlockCommon("test");
-        taken->set_value();
-    }).detach();
-    return done.wait_for(std::chrono::seconds(1)) == std::future_status::ready;
-}
 
 TEST(Removal, OriginatorSections)
 {
@@ -40,7 +24,7 @@ TEST(Removal, OriginatorSections)
     EXPECT_EQ(zelkLogRemoveCfg(7, 5), 0u);
     EXPECT_EQ(zelkLogRemoveCfg(7, 5), ZELKLOG_RC_UNKNOWN_NAME);
     EXPECT_EQ(storeSections(config.productStore(7)), Names{"112"});
-    EXPECT_TRUE(commonLockIsFree());
+    EXPECT_TRUE(commonLockIsFree()) << "the common lock is still held";
 }
 
 TEST(Removal, InvalidArgumentsAndMissingStoresLeaveTheLockFree)
@@ -55,6 +39,8 @@ TEST(Removal, InvalidArgumentsAndMissingStoresLeaveTheLockFree)
         {"product 0", [] { return zelkLogRemoveCfg(0, 5); }, ZELKLOG_RC_BAD_ARGUMENT},
         {"16-digit product", [] { return zelkLogRemoveCfg(1000000000000000ull, 5); },
          ZELKLOG_RC_BAD_ARGUMENT},
+        {"largest product, not configured", [] { return zelkLogRemoveCfg(999999999999999ull, 5); },
+         ZELKLOG_RC_STORE_UNAVAILABLE},
         {"401-char logset", [] { return zelkLogRemoveLogSetCfg(7, std::string(401, 'l').c_str()); },
          ZELKLOG_RC_BAD_ARGUMENT},
         {"unknown product", [] { return zelkLogRemoveCfg(8, 5); }, ZELKLOG_RC_STORE_UNAVAILABLE},
@@ -64,7 +50,7 @@ TEST(Removal, InvalidArgumentsAndMissingStoresLeaveTheLockFree)
     };
     for (const auto &c : cases) {
         EXPECT_EQ(c.remove(), c.code) << c.what;
-        EXPECT_TRUE(commonLockIsFree()) << c.what;
+        EXPECT_TRUE(commonLockIsFree()) << c.what << ": the common lock is still held";
     }
     EXPECT_EQ(storeSections(config.productStore(7)), Names{"5"});
 }
@@ -77,7 +63,7 @@ TEST(Removal, StoreThatCannotBeOpened)
     EXPECT_EQ(zelkLogRemoveLogSetCfg(7, "nightly"), 2u);
     config.writeFile("product-7.conf", "[5\n");
     EXPECT_EQ(zelkLogRemoveCfg(7, 5), 2u);
-    EXPECT_TRUE(commonLockIsFree());
+    EXPECT_TRUE(commonLockIsFree()) << "the common lock is still held";
 
     // An empty store path is no path: a "\LOGSET" store in the working directory stays.
     config.setProperty(config.globalStore(), "7", "ConfigPath", "");
@@ -129,7 +115,7 @@ TEST(Removal, ProductWhoseCoreConfigurationStays)
     // A directory where the product's store should be: the core cannot remove it.
     std::filesystem::create_directories(config.path("blocked.conf/inner"));
     config.setProperty(config.globalStore(), "7", "ConfigPath", config.path("blocked.conf"));
-    EXPECT_EQ(zelkLogRemoveProductAllCfg(7), utipsres2zelklogres(6));
+    EXPECT_EQ(zelkLogRemoveProductAllCfg(7), ZELKLOG_RC_STORE_UNAVAILABLE);
     EXPECT_EQ(storeSections(config.globalStore()), Names{"7"});
 }
 

@@ -1,13 +1,14 @@
-// The corrupt-record report: its exact output, record numbering across files, and a
-// query whose first file is already being read.
-#include "src/core/zelkLogCore.h"
-
+// The corrupt-record report: its exact output, record numbering across files, damaged
+// frames as well as texts that do not decode, and a query whose first file is already
+// being read.
 #include "tests/support/config_fixture.h"
 #include "tests/support/log_fixture.h"
+#include "zelkLogRead.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <fstream>
 #include <string>
 
 namespace {
@@ -25,8 +26,8 @@ TEST(CorruptReport, ExactOutput)
     const std::string directory = config.logDirectory(7);
     auto block = [&](const std::string &file, int number, const std::string &text) {
         textMessage message;  // the decoder's code for this text, as the report prints it
-        init_text_msg(&message);
         std::strcpy(message.buffer, text.c_str());
+        message.text = message.buffer;
         ZelkLogMsg record{};
         record.format = ZELKLOG_FORMAT_10006;
         uint32_t code = zelkLogMsgUnserialize(&message, &record);
@@ -52,6 +53,10 @@ TEST(CorruptReport, ExactOutput)
     zelk::test::setModificationTime(directory + "a.log", 1000);
     zelk::test::writeLogFile(directory + "b.log", {zelk::test::numbered(5)}, 2000);
     zelk::test::appendRawRecord(directory + "b.log", cut);
+    // A frame whose checksum fails: the report shows its text, plain fetching skips it.
+    zelk::test::appendRawRecord(directory + "b.log", "damaged frame");
+    std::fstream(directory + "b.log", std::ios::in | std::ios::out | std::ios::ate).seekp(-1, std::ios::end)
+        << 'd';
     ASSERT_EQ(zelkLogCreateQuery("PID = 1234", "en_US", &query), 0u);
     // The first file is open and partly read: the report must not disturb it.
     ZelkLogMsg record{};
@@ -59,8 +64,8 @@ TEST(CorruptReport, ExactOutput)
     zelkLogFreeMsg(&record);
     const int descriptors = zelk::test::openDescriptors();
     // Numbers start at 2 for the first record after the header, anew in every file.
-    const std::string expected =
-        block("a.log", 4, garbage) + block("b.log", 3, cut) + "\n2 corrupt records found.\n";
+    const std::string expected = block("a.log", 4, garbage) + block("b.log", 3, cut) +
+                                 block("b.log", 4, "damaged framd") + "\n3 corrupt records found.\n";
     EXPECT_EQ(report(&query), expected);
     EXPECT_EQ(report(&query), expected) << "the file list stays as it was";
     EXPECT_EQ(zelk::test::openDescriptors(), descriptors);

@@ -2,7 +2,7 @@
 // fields, every argument tag, nesting and failure codes.  Every record is released, so
 // the sanitizer build also checks the release of partly decoded records.
 #include "tests/support/record_text.h"
-#include "src/core/zelkLogCore.h"
+#include "zelkLogRead.h"
 
 #include <gtest/gtest.h>
 
@@ -18,7 +18,7 @@ using zelk::test::renderRecord;
 // Copies `text` (cut to the buffer) into `message`, as record fetching does.
 void loadText(textMessage *message, const std::string &text)
 {
-    init_text_msg(message);
+    message->text = message->buffer;
     size_t length = std::min(text.size(), sizeof message->buffer - 1);
     std::memcpy(message->buffer, text.data(), length);
     message->buffer[length] = '\0';
@@ -37,12 +37,7 @@ struct Decoded {
         record.productId = presetProductId;
         rc = zelkLogMsgUnserialize(&message, &record);
     }
-    ~Decoded()
-    {
-        zelkLogFreeMsg(&record);
-        if (rc == ZELKLOG_RC_OK)  // a failing decoder has released the text itself
-            free_text_msg(&message);
-    }
+    ~Decoded() { zelkLogFreeMsg(&record); }
 };
 
 const std::string kExample = "2,7,3,1,0,999,42,17,0:,3:abc,0:,1,(100|A5:hello,i4:-1|)";

@@ -1,6 +1,6 @@
 // Records of every kind against hand-built query trees: field rules, operand order,
-// context-token rules and the size limits of the walk.
-#include "src/core/zelkLogCore.h"
+// context-token rules, the size limits of the walk; the checksum exported beside it.
+#include "zelkLogRead.h"
 
 #include <gtest/gtest.h>
 
@@ -38,8 +38,8 @@ protected:
     }
     ~Evaluate() override
     {
-        removeContextHashTable(query_.contextTitles);
-        RemoveAllLocalizers(&query_.localizers);
+        query_.root = nullptr;  // the nodes are the fixture's own
+        zelkLogDestroyQuery(&query_);
     }
     char *text(const char *value) { return const_cast<char *>(texts_.emplace_back(value).c_str()); }
     QueryNode *node(int32_t kind, uint64_t value, QueryNode *left = nullptr, QueryNode *right = nullptr)
@@ -83,6 +83,8 @@ TEST_F(Evaluate, FieldRulesPerKind)
     } cases[] = {
         {ZELKLOGREC_PRODID, EQUAL, 1001, nullptr, "11101"},
         {ZELKLOGREC_ORGID, NOTEQUAL, 112, nullptr, "00000"},
+        {ZELKLOGREC_SHORGID, EQUAL, 0, nullptr, "11101"},
+        {ZELKLOGREC_PID, LESSEQ, 1234, nullptr, "11101"},
         {ZELKLOGREC_TID, LESS, 55, nullptr, "00000"},
         {ZELKLOGREC_SEV, NOTEQUAL, 2, nullptr, "00100"},
         {ZELKLOGREC_LEVEL, GREATER, 6, nullptr, "01000"},
@@ -144,6 +146,16 @@ TEST_F(Evaluate, TreesBeyondTheSlotsMatchNothing)
     EXPECT_FALSE(matches(deep, records_[0])) << "deeper than the walk's stack";
     EXPECT_FALSE(matches(node(INTCONST, 3), records_[0])) << "a leaf is not a condition";
     EXPECT_EQ(IsTrueCondition(nullptr, &query_), 0);
+}
+
+// The Fletcher checksum exported beside the evaluator.
+TEST(HashTokenID, FletcherSums)
+{
+    EXPECT_EQ(HashTokenID("", 0, 0), 0u);
+    EXPECT_EQ(HashTokenID("abcde", 5, 0), 0xC8F0u);
+    EXPECT_EQ(HashTokenID("abcde", 5, 12345), 0xC8F0u) << "the third argument plays no part";
+    EXPECT_EQ(HashTokenID("abcde", -3, 0), 0u);
+    EXPECT_EQ(HashTokenID(nullptr, 5, 0), 0u);
 }
 
 }  // namespace

@@ -1,9 +1,11 @@
 // Creating and destroying queries: refused arguments, the log-directory and
-// format-resource overrides, failed parses and validations, repeated destruction.
-#include "src/core/zelkLogCore.h"
-
+// format-resource overrides, the time-zone shift, failed parses and validations,
+// repeated destruction.
 #include "tests/support/config_fixture.h"
 #include "tests/support/log_fixture.h"
+#include "tests/support/query_tree_text.h"
+#include "tests/support/zone_guard.h"
+#include "zelkLogRead.h"
 
 #include <gtest/gtest.h>
 
@@ -37,6 +39,8 @@ TEST(QueryCreate, RefusedArgumentsLeaveTheRecordUntouched)
 TEST(QueryCreate, OverridesAndFailures)
 {
     zelk::test::ConfigFixture config(zelk::test::billingProduct());
+    // A product whose store is missing is skipped; the others still make the query.
+    config.setProperty(config.globalStore(), "20", "ConfigPath", config.path("missing.conf"));
     const std::string other = config.directory() + "/elsewhere";
     ASSERT_EQ(mkdir(other.c_str(), 0755), 0);
     zelk::test::writeLogFile(other + "/x.log", {zelk::test::RecordFields{}}, 1000);
@@ -50,7 +54,15 @@ TEST(QueryCreate, OverridesAndFailures)
         EXPECT_STREQ(query.formatResource, "/res");
         EXPECT_EQ(zelkLogDestroyQuery(&query), 0u);
     }
+    // A time-zone offset moves the times read from date texts, and only those.
+    ZoneGuard zone("UTC0");
     LogQuery query;
+    ASSERT_EQ(zelkLogCreateQueryEx2("STDATE >= '11/14/23, 10:13:20 PM' && 2000 > ENDATE && PID = 1000",
+                                    "en_US", nullptr, nullptr, -3600, &query),
+              0u);
+    EXPECT_EQ(zelk::test::treeText(query.root),
+              "AND(AND(>=(STDATE, 1699996400), >(2000, ENDATE)), =(PID, 1000))");
+    EXPECT_EQ(zelkLogDestroyQuery(&query), 0u);
     EXPECT_NE(zelkLogCreateQuery("PID = ", "en_US", &query), 0u);
     EXPECT_EQ(query.root, nullptr) << "a failed parse keeps no tree";
     EXPECT_EQ(zelkLogDestroyQuery(&query), 0u);

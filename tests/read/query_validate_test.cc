@@ -2,7 +2,7 @@
 // identifiers they stand for.  (The field rules are exercised through parsing.)
 #include "tests/support/config_fixture.h"
 #include "tests/support/query_tree_text.h"
-#include "src/core/zelkLogCore.h"
+#include "zelkLogRead.h"
 
 #include <gtest/gtest.h>
 
@@ -30,14 +30,6 @@ QueryNode *text(const std::string &content, const char *locale = nullptr)
     return addNewNode(STRINGCONST, &record, &context);
 }
 
-TEST(ComparisonCheck, MissingOperand)
-{
-    QueryNode *keyword = token(KEYWORDS, ZELKLOGREC_PID);
-    EXPECT_EQ(validNodes(EQUAL, keyword, nullptr), ZELKLOG_RC_BAD_ARGUMENT);
-    EXPECT_EQ(validNodes(EQUAL, nullptr, keyword), ZELKLOG_RC_BAD_ARGUMENT);
-    removeTree(keyword);
-}
-
 // A date text that the date reader takes becomes the time in seconds, read with the
 // leaf's locale, which stays with the leaf.
 TEST(ComparisonCheck, DateTextBecomesTime)
@@ -57,6 +49,10 @@ TEST(ComparisonCheck, DateTextBecomesTime)
     EXPECT_STREQ(date->locale, "de_DE");
     removeTree(keyword);
     removeTree(date);
+    // Each bound of a range is checked: a good lower bound does not pass a bad upper one.
+    QueryNode *root = nullptr;
+    EXPECT_EQ(parseQueryString(("STDATE BETWEEN '" + ascii + "' && 'x'").c_str(), "de_DE", &root),
+              ZELKLOG_RC_BAD_DATE);
 }
 
 TEST(PrevTime, RewritesToARangeEndingNow)
@@ -80,35 +76,29 @@ TEST(PrevTime, UnusableValuesLeaveTheOperandsAlone)
     QueryNode *keyword = token(KEYWORDS, ZELKLOGREC_PREVTIME);
     QueryNode *future = token(INTCONST, static_cast<uint64_t>(std::time(nullptr)) + 100000);
     QueryNode *words = text("an hour");
-    QueryNode *badMinutes = text("1:75");
+    QueryNode *badMinutes = text("1:60");
     for (QueryNode *value : {future, words, badMinutes, static_cast<QueryNode *>(nullptr)})
         EXPECT_EQ(addPrevTime(keyword, value), nullptr);
     EXPECT_EQ(addPrevTime(nullptr, future), nullptr);
-    EXPECT_EQ(treeText(keyword) + treeText(words) + treeText(badMinutes), "PREVTIME'an hour''1:75'");
+    EXPECT_EQ(treeText(keyword) + treeText(words) + treeText(badMinutes), "PREVTIME'an hour''1:60'");
     for (QueryNode *node : {keyword, future, words, badMinutes})
         removeTree(node);
 }
 
 class ShortNames : public ::testing::Test {
 protected:
-    ShortNames() { EXPECT_EQ(zelkLogReadAllCfg(0, ZELKLOG_MAX_PRODUCTS, records_, &count_), 0u); }
-    ~ShortNames() override { FreeConfigArray(records_, count_); }
-
-    // Parses and resolves: the tree, or "rc=<code>" and the tree.
-    std::string resolve(const char *query)
+    // Creates a query (which resolves the names): the tree, or "rc=<code>" and the tree.
+    std::string resolve(const char *text)
     {
-        QueryNode *root = nullptr;
-        EXPECT_EQ(parseQueryString(query, nullptr, &root), 0u) << query;
-        const uint32_t rc = validateShortNames(records_, count_, root);
-        std::string result = (rc == 0 ? "" : "rc=" + std::to_string(rc) + " ") + treeText(root);
-        removeTree(root);
+        LogQuery query;
+        const uint32_t rc = zelkLogCreateQuery(text, nullptr, &query);
+        std::string result = (rc == 0 ? "" : "rc=" + std::to_string(rc) + " ") + treeText(query.root);
+        zelkLogDestroyQuery(&query);
         return result;
     }
 
     zelk::test::ConfigFixture config_{
         {{7, {"billing"}, "", {{112, {"main"}}, {5, {"worker"}, 9, {"jobs"}}}}}};
-    ZelkLogProductCfg *records_[ZELKLOG_MAX_PRODUCTS] = {};
-    uint64_t count_ = 0;
 };
 
 TEST_F(ShortNames, NamesBecomeIdentifiers)
@@ -117,16 +107,18 @@ TEST_F(ShortNames, NamesBecomeIdentifiers)
               "OR(AND(=(PRODID, 7), =(ORGID, 5)), =(FILEID, 9))");
     EXPECT_EQ(resolve("'billing' = PRODID && ORGID != 'main'"), "AND(=(PRODID, 7), !=(ORGID, 112))");
     EXPECT_EQ(resolve("'billing' != PRODID"), "!=('billing', PRODID)");  // only a name on the right
-    EXPECT_EQ(resolve("ORGID = 'billing'"), "rc=26 =(ORGID, 'billing')");
+    EXPECT_EQ(resolve("ORGID = 'billing'"),
+              "rc=" + std::to_string(ZELKLOG_RC_UNKNOWN_NAME) + " =(ORGID, 'billing')");
     EXPECT_EQ(resolve("PRODID = 'billing' && ORGID = 'nosuch' && FILEID = 'jobs'"),
-              "rc=26 AND(AND(=(PRODID, 7), =(ORGID, 'nosuch')), =(FILEID, 'jobs'))");
+              "rc=" + std::to_string(ZELKLOG_RC_UNKNOWN_NAME) +
+                  " AND(AND(=(PRODID, 7), =(ORGID, 'nosuch')), =(FILEID, 'jobs'))");
 }
 
 TEST_F(ShortNames, OddTrees)
 {
-    EXPECT_EQ(validateShortNames(records_, count_, nullptr), ZELKLOG_RC_BAD_ARGUMENT);
+    EXPECT_EQ(validateShortNames(nullptr, 0, nullptr), ZELKLOG_RC_BAD_ARGUMENT);
     QueryNode *leaf = token(INTCONST, 1);
-    EXPECT_EQ(validateShortNames(records_, count_, leaf), 0u);
+    EXPECT_EQ(validateShortNames(nullptr, 0, leaf), 0u);
     removeTree(leaf);
 }
 

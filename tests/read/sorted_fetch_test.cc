@@ -1,9 +1,9 @@
 // The merged fetch over several log files: order, ties, the codes of finished and
 // unopenable files, records not released, a file replaced while set aside.
-#include "src/core/zelkLogCore.h"
 
 #include "tests/support/config_fixture.h"
 #include "tests/support/log_fixture.h"
+#include "zelkLogRead.h"
 
 #include <gtest/gtest.h>
 
@@ -43,7 +43,8 @@ struct Case {
     int unopenableMessages;
 };
 
-const uint32_t kUnopenable = ZELKLOG_RC_FILE_UNOPENABLE;
+constexpr uint32_t kOk = ZELKLOG_RC_OK, kEnd = ZELKLOG_RC_END_OF_FILE, kDone = ZELKLOG_RC_NO_MORE_RECORDS,
+                   kUnopenable = ZELKLOG_RC_FILE_UNOPENABLE;
 
 TEST(SortedFetch, Sequences)
 {
@@ -52,27 +53,27 @@ TEST(SortedFetch, Sequences)
         {"equal times: the file nearer the head first",
          {{at(5, 1)}, {at(5, 12)}},
          -1,
-         {{0, 1}, {ZELKLOG_RC_END_OF_FILE, 0}, {0, 12}, {ZELKLOG_RC_NO_MORE_RECORDS, 0}},
+         {{kOk, 1}, {kEnd, 0}, {kOk, 12}, {kDone, 0}},
          0},
         {"A 1,3 and B 2: B ends during the pick, 3 is handed out twice",
          {{at(1, 1), at(3, 3)}, {at(2, 12)}},
          -1,
-         {{0, 1}, {0, 12}, {ZELKLOG_RC_END_OF_FILE, 3, true}, {0, 3}, {ZELKLOG_RC_NO_MORE_RECORDS, 0}},
+         {{kOk, 1}, {kOk, 12}, {kEnd, 3, true}, {kOk, 3}, {kDone, 0}},
          0},
         {"A 1 and B 2: A ends while B holds its record",
          {{at(1, 1)}, {at(2, 12)}},
          -1,
-         {{0, 1}, {ZELKLOG_RC_END_OF_FILE, 0}, {0, 12}, {ZELKLOG_RC_NO_MORE_RECORDS, 0}},
+         {{kOk, 1}, {kEnd, 0}, {kOk, 12}, {kDone, 0}},
          0},
         {"a record not released comes again",
          {{at(1, 1), at(3, 3)}, {at(2, 12)}},
          -1,
-         {{0, 1, true}, {0, 1}, {0, 12}},
+         {{kOk, 1, true}, {kOk, 1}, {kOk, 12}},
          0},
         {"an unopenable later file is reported by every pass, then dropped as head",
          {{at(1, 1), at(2, 2)}, {at(3, 13)}},
          1,
-         {{kUnopenable, 1, true}, {kUnopenable, 1}, {kUnopenable, 2}, {ZELKLOG_RC_NO_MORE_RECORDS, 0}},
+         {{kUnopenable, 1, true}, {kUnopenable, 1}, {kUnopenable, 2}, {kDone, 0}},
          3},
     };
     for (const Case &c : cases) {
@@ -89,11 +90,13 @@ TEST(SortedFetch, Sequences)
         if (c.removed >= 0)
             unlink(paths[static_cast<size_t>(c.removed)].c_str());
         ::testing::internal::CaptureStderr();
+        const int descriptors = zelk::test::openDescriptors();
         for (size_t i = 0; i < c.steps.size(); ++i) {
             ZelkLogMsg *record = nullptr;
             uint32_t rc = zelkLogFetchNextSortedEntry(&query, &record);
             EXPECT_EQ(rc, c.steps[i].code) << "step " << i;
             EXPECT_EQ(record == nullptr ? 0 : record->tid, c.steps[i].tid) << "step " << i;
+            EXPECT_LE(zelk::test::openDescriptors(), descriptors + 1) << "step " << i << ": one file open";
             if (record != nullptr) {
                 // The header text of the record's own file travels with it.
                 EXPECT_EQ(std::string(record->fileHeaderText), "host-" + std::to_string(record->tid / 10));

@@ -2,7 +2,6 @@
 // own queries over the same log files while another thread edits the configuration.
 // Every query must see every record; the ThreadSanitizer build (scripts/tsan.sh) checks
 // that nothing is shared without a lock.
-#include "src/core/zelkLogCore.h"
 
 #include "tests/support/config_fixture.h"
 #include "tests/support/log_fixture.h"

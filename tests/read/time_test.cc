@@ -70,26 +70,6 @@ TEST(OffsetToTimeZone, NamesOffsetsWithinTheBuffer)
     EXPECT_EQ(OffsetToTimeZone(0, nullptr), ZELKLOG_RC_BAD_ARGUMENT);
 }
 
-TEST(DateFormat, ShowsLocalClockInEachLocale)
-{
-    ZoneGuard zone(kIndia);
-    const struct {
-        const char *locale;
-        int32_t timeStyle, dateStyle;
-        std::u16string pieces[2];
-    } cases[] = {
-        {"de_DE", 2, 1, {u"15. November 2023", u"03:43:20"}},
-        {"en_US", 0, -1, {u"3:43:20", u"Greenwich Mean Time"}},  // the zone shown is GMT, the clock local
-        {"de_DE", -1, 3, {u"15.11.23", u""}},
-    };
-    for (const auto &c : cases) {
-        std::u16string text = format(c.timeStyle, c.dateStyle, static_cast<double>(kMoment), c.locale);
-        ASSERT_FALSE(text.empty()) << c.locale;
-        for (const auto &piece : c.pieces)
-            EXPECT_NE(text.find(piece), std::u16string::npos) << c.locale << ": " << ascii(text);
-    }
-}
-
 TEST(DateFormat, ParsesWhatItFormatted)
 {
     // `resolution`: the seconds the styles show.
@@ -126,6 +106,8 @@ TEST(DateFormat, ZeroMeansNowAndOldTimesWork)
     EXPECT_GE(parsed, before);
     EXPECT_LE(parsed, after);
 
+    // The clock shown is local, the zone named is GMT.
+    EXPECT_EQ(ascii(format(0, -1, static_cast<double>(kMoment), "en_US")), "3:43:20 AM Greenwich Mean Time");
     std::string old = ascii(format(2, 1, -86400.0 * 365, "de_DE"));
     EXPECT_EQ(old, "1. Januar 1969 um 05:30:00");  // 1969-01-01 00:00 UTC, shown at +05:30
     ASSERT_EQ(zelkLogGetDateFromFormat(2, 1, "de_DE", old.c_str(), &parsed), ZELKLOG_RC_OK);
@@ -151,11 +133,8 @@ TEST(DateFormat, ParseIgnoresTrailingTextAndRefusesGarbage)
 TEST(DateFormat, BadArgumentsLeaveNothingToRelease)
 {
     int64_t parsed = 42;
-    EXPECT_EQ(zelkLogGetDateFromFormat(2, 3, "en_US", nullptr, &parsed), ZELKLOG_RC_BAD_ARGUMENT);
     EXPECT_EQ(zelkLogGetDateFromFormat(-2, 3, "en_US", "11/14/23", &parsed), ZELKLOG_RC_FAILURE);
     EXPECT_EQ(parsed, 42);
-    EXPECT_EQ(zelkLogstrftime(2, 3, 1.0, "en_US", nullptr), ZELKLOG_RC_BAD_ARGUMENT);
-
     const struct {
         int32_t timeStyle, dateStyle;
         double time;
@@ -169,8 +148,15 @@ TEST(DateFormat, BadArgumentsLeaveNothingToRelease)
         EXPECT_EQ(formatter, nullptr);
         EXPECT_EQ(text, nullptr);
     }
-    ZelkLogUDateFormat *formatter = nullptr;
-    EXPECT_EQ(GetDateTimeFormat(2, 3, 1.0, "en_US", &formatter, nullptr), ZELKLOG_RC_BAD_ARGUMENT);
+}
+
+TEST(WideStrings, CopyKeepsTheTerminator)
+{
+    wchar_t *copy = zelkLogSafeWcsdup(L"wide \u00e9");
+    ASSERT_NE(copy, nullptr);
+    EXPECT_EQ(std::wstring(copy), L"wide \u00e9");
+    zelkLogFree(copy);
+    EXPECT_EQ(zelkLogSafeWcsdup(nullptr), nullptr);
 }
 
 // Locale ids that ICU marks bogus crash its date formatter: every entry point taking a

@@ -1,4 +1,5 @@
 #include "tests/support/config_fixture.h"
+#include "tests/support/lock_probe.h"
 
 #include "zelkLogConfigLayout.h"
 #include "src/core/zelkLogCore.h"
@@ -132,6 +133,14 @@ Names storeSections(const std::string &store)
             names.emplace_back(name);
     utiClosePropertyStore(&handle);
     return names;
+}
+
+bool commonLockIsFree()
+{
+    return finishesWithin(1, [] {
+        zelkLockCommon("lock probe");
+        zelkUnlockCommon("lock probe");
+    });
 }
 
 }  // namespace zelk::test

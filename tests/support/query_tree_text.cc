@@ -14,7 +14,7 @@ std::string treeText(const QueryNode *node)
     case STRINGCONST:
         return "'" + std::string(reinterpret_cast<const char *>(static_cast<uintptr_t>(node->value))) + "'";
     case INTCONST:
-        return std::to_string(node->value);
+        return std::to_string(static_cast<int64_t>(node->value));  // dates may lie before 1970
     case SEVTYPES:
         return "SEV:" + std::to_string(node->value);
     case MSGTYPES:
