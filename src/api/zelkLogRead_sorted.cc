@@ -16,6 +16,7 @@
 #include "src/core/zelkLogCore.h"
 #include "src/api/log_path.h"
 #include "src/api/merge_state.h"
+#include "src/api/record_step.h"
 
 #include <algorithm>
 #include <cassert>
@@ -39,6 +40,16 @@ inline void releaseStale(LogFileEntry *entry)
 {
     if (entry->pending.marker != 0)
         zelkLogFreeMsg(&entry->pending);
+}
+
+// Reads the entry's next record into its slot, which starts cleared.  Read in place, a
+// record that does not match leaves the slot untouched (marker 0, time 0); with `inPlace`
+// false it is decoded at once, cheaper when it is likely to match.
+inline uint32_t readPending(LogQuery *query, LogFileEntry *entry, bool inPlace = true)
+{
+    releaseStale(entry);
+    std::memset(&entry->pending, 0, sizeof entry->pending);
+    return zelk::read::readNextRecord(query, &entry->pending, inPlace);
 }
 
 // Closes an entry's descriptor, keeping the position at which reading resumes and the
@@ -90,6 +101,7 @@ struct MergeState {
     uint32_t heapSize;
     uint32_t waitingCount;
     bool settle;  // after a build: any file may be open; set aside all but the winner
+    bool dense;   // the last read matched at once: the next one is decoded at once too
     Slot *slots;
     HeapItem *heap;
     uint32_t *waiting;
@@ -249,11 +261,13 @@ uint32_t primeHead(LogQuery *query, MergeState &state, LogFileEntry **head)
 {
     uint32_t rc = ZELKLOG_RC_OK;
     uint32_t slot = state.headSlot;
+    bool firstRead = true;
     while (slot != kNone && !isFull(state.slots[slot].entry)) {
         LogFileEntry *entry = state.slots[slot].entry;
         query->currentFile = entry;
-        releaseStale(entry);
-        rc = ReadOneRecord(query, &entry->pending);
+        rc = readPending(query, entry, !(firstRead && state.dense));
+        state.dense = firstRead && rc == ZELKLOG_RC_OK;
+        firstRead = false;
         switch (rc) {
         case ZELKLOG_RC_OK:
             state.update(slot);
@@ -280,7 +294,7 @@ uint32_t primeHead(LogQuery *query, MergeState &state, LogFileEntry **head)
             *head = nullptr;
             return rc;
         case ZELKLOG_RC_NO_MATCH:
-            zelkLogFreeMsg(&entry->pending);
+            releaseStale(entry);
             break;
         case ZELKLOG_RC_HEADER_NOTICE:
             query->headerNotice = 1;
@@ -299,10 +313,12 @@ uint32_t primeHead(LogQuery *query, MergeState &state, LogFileEntry **head)
 uint32_t fillSlot(LogQuery *query, MergeState &state, uint32_t slot, uint32_t *kept)
 {
     LogFileEntry *entry = state.slots[slot].entry;
+    bool firstRead = true;
     for (;;) {
         query->currentFile = entry;
-        releaseStale(entry);
-        uint32_t rc = ReadOneRecord(query, &entry->pending);
+        uint32_t rc = readPending(query, entry, !(firstRead && state.dense));
+        state.dense = firstRead && rc == ZELKLOG_RC_OK;
+        firstRead = false;
         switch (rc) {
         case ZELKLOG_RC_OK:
             if (isFull(entry)) {
@@ -316,7 +332,9 @@ uint32_t fillSlot(LogQuery *query, MergeState &state, uint32_t slot, uint32_t *k
             state.slots[state.slots[slot].previous].entry->next = query->currentFile;
             state.drop(slot);
             return rc;
-        case ZELKLOG_RC_NO_MATCH:
+        case ZELKLOG_RC_NO_MATCH:  // skipped in place: the slot is still clear
+            releaseStale(entry);
+            break;
         case ZELKLOG_RC_CORRUPT_RECORD:
             zelkLogFreeMsg(&entry->pending);
             break;
@@ -393,8 +411,7 @@ uint32_t primeHeadByList(LogQuery *query, LogFileEntry **head)
     LogFileEntry *entry = query->currentFile;
     while (entry != nullptr && !isFull(entry)) {
         query->currentFile = entry;
-        releaseStale(entry);
-        rc = ReadOneRecord(query, &entry->pending);
+        rc = readPending(query, entry);
         switch (rc) {
         case ZELKLOG_RC_OK:
             *head = entry;
@@ -414,7 +431,7 @@ uint32_t primeHeadByList(LogQuery *query, LogFileEntry **head)
             entry = nullptr;
             break;
         case ZELKLOG_RC_NO_MATCH:
-            zelkLogFreeMsg(&entry->pending);
+            releaseStale(entry);
             break;
         case ZELKLOG_RC_HEADER_NOTICE:
             query->headerNotice = 1;
@@ -432,8 +449,7 @@ LogFileEntry *fillSlotByList(LogQuery *query, LogFileEntry *previous, LogFileEnt
     for (;;) {
         LogFileEntry *successor = entry->next;
         query->currentFile = entry;
-        releaseStale(entry);
-        uint32_t rc = ReadOneRecord(query, &entry->pending);
+        uint32_t rc = readPending(query, entry);
         *passCode = rc;
         switch (rc) {
         case ZELKLOG_RC_OK:
@@ -444,7 +460,9 @@ LogFileEntry *fillSlotByList(LogQuery *query, LogFileEntry *previous, LogFileEnt
             if (entry == nullptr || isFull(entry))
                 return entry;
             break;
-        case ZELKLOG_RC_NO_MATCH:
+        case ZELKLOG_RC_NO_MATCH:  // skipped in place: the slot is still clear
+            releaseStale(entry);
+            break;
         case ZELKLOG_RC_CORRUPT_RECORD:
             zelkLogFreeMsg(&entry->pending);
             break;

@@ -22,9 +22,39 @@ inline bool isKeyword(const QueryNode *node)
     return node != nullptr && node->kind == KEYWORDS;
 }
 
+// isterm and eval of the core, inlined: the walk runs them several times per record.
+inline bool isTermKind(int32_t kind)
+{
+    return kind >= STRINGCONST && kind <= MSGTYPES;
+}
+
+inline int compare(int32_t op, int64_t left, int64_t right)
+{
+    switch (op) {
+    case AND:
+        return (left != 0 && right != 0) ? 1 : 0;
+    case OR:
+        return (left != 0 || right != 0) ? 1 : 0;
+    case LESS:
+        return left < right;
+    case GREATER:
+        return left > right;
+    case LESSEQ:
+        return left <= right;
+    case GREATEREQ:
+        return left >= right;
+    case EQUAL:
+        return left == right;
+    case NOTEQUAL:
+        return left != right;
+    default:
+        return 0;
+    }
+}
+
 inline bool isOperatorNode(const QueryNode *node)
 {
-    return node != nullptr && !isterm(node->kind);
+    return node != nullptr && !isTermKind(node->kind);
 }
 
 // The slot of a node; leaves (and marks that do not fit) read as "not worked out".
@@ -137,7 +167,7 @@ int resultOf(const ZelkLogMsg *record, const QueryNode *node, SlotReader slotOf,
     if (!isKeyword(left)) {
         int64_t leftTruth = static_cast<int64_t>(slotOf(left) - 1);
         int64_t rightTruth = static_cast<int64_t>(slotOf(right) - 1);
-        return eval(op, leftTruth, rightTruth);
+        return compare(op, leftTruth, rightTruth);
     }
 
     int32_t rightSlot = slotOf(right);
@@ -151,11 +181,11 @@ int resultOf(const ZelkLogMsg *record, const QueryNode *node, SlotReader slotOf,
     const uint32_t kind = record->kind;
     switch (left->value) {
     case ZELKLOGREC_PRODID:
-        return eval(op, static_cast<int64_t>(record->productId), constant);
+        return compare(op, static_cast<int64_t>(record->productId), constant);
     case ZELKLOGREC_ORGID:
-        return eval(op, static_cast<int64_t>(record->originatorId), constant);
+        return compare(op, static_cast<int64_t>(record->originatorId), constant);
     case ZELKLOGREC_SHORGID:
-        return eval(op, static_cast<int64_t>(record->fileId), constant);
+        return compare(op, static_cast<int64_t>(record->fileId), constant);
     case ZELKLOGREC_SUBJECT:
         if (kind != ZELKLOG_MSG_AUDIT || rightIsCondition)
             return 0;
@@ -163,24 +193,26 @@ int resultOf(const ZelkLogMsg *record, const QueryNode *node, SlotReader slotOf,
     case ZELKLOGREC_RETURNVAL:
         if (kind != ZELKLOG_MSG_AUDIT)
             return 0;
-        return eval(op, static_cast<int64_t>(static_cast<uint32_t>(record->kindData.returnValue)), constant);
+        return compare(op, static_cast<int64_t>(static_cast<uint32_t>(record->kindData.returnValue)),
+                       constant);
     case ZELKLOGREC_STDATE:
     case ZELKLOGREC_ENDATE:
-        return eval(op, record->timeMs / 1000, constant);
+        return compare(op, record->timeMs / 1000, constant);
     case ZELKLOGREC_LEVEL:
         if (kind != ZELKLOG_MSG_DEBUG && kind != ZELKLOG_MSG_DIAG)
             return 0;
-        return eval(op, static_cast<int64_t>(static_cast<uint32_t>(record->kindData.first.level)), constant);
+        return compare(op, static_cast<int64_t>(static_cast<uint32_t>(record->kindData.first.level)),
+                       constant);
     case ZELKLOGREC_PID:
-        return eval(op, static_cast<int64_t>(record->pid), constant);
+        return compare(op, static_cast<int64_t>(record->pid), constant);
     case ZELKLOGREC_TID:
-        return eval(op, static_cast<int64_t>(record->tid), constant);
+        return compare(op, static_cast<int64_t>(record->tid), constant);
     case ZELKLOGREC_SEV:
         if (kind != ZELKLOG_MSG_APP)
             return 0;
-        return eval(op, static_cast<int64_t>(record->kindData.first.severity), constant);
+        return compare(op, static_cast<int64_t>(record->kindData.first.severity), constant);
     case ZELKLOGREC_MSGTYPE:
-        return eval(op, static_cast<int64_t>(kind), constant);
+        return compare(op, static_cast<int64_t>(kind), constant);
     case ZELKLOGREC_CTXTOK:
         return contextTokenResult(record, op, constantText(right, rightIsCondition), contextAllSeen);
     case ZELKLOGREC_PREVTIME:

@@ -27,6 +27,13 @@ RecordFields at(int64_t seconds, uint64_t tid)
     return s;
 }
 
+RecordFields other(int64_t seconds, uint64_t tid)  // not from PID 1234: never matches
+{
+    RecordFields s = at(seconds, tid);
+    s.pid = 99;
+    return s;
+}
+
 // A fetch's code and the record number `out` points to (0: not set); `keep`: not released.
 struct Step {
     uint32_t code;
@@ -64,6 +71,11 @@ TEST(SortedFetch, Sequences)
          {{at(1, 1)}, {at(2, 12)}},
          -1,
          {{kOk, 1}, {kEnd, 0}, {kOk, 12}, {kDone, 0}},
+         0},
+        {"records that do not match are passed over in every file",
+         {{other(1, 1), at(2, 2), other(4, 3)}, {other(1, 11), at(3, 12), other(5, 13)}},
+         -1,
+         {{0, 2}, {ZELKLOG_RC_END_OF_FILE, 0}, {0, 12}, {ZELKLOG_RC_NO_MORE_RECORDS, 0}},
          0},
         {"a record not released comes again",
          {{at(1, 1), at(3, 3)}, {at(2, 12)}},
