@@ -50,8 +50,10 @@ int main(int argc, char **argv)
     queryCommand->add_option("--flags", query.flags, "Fields of the formatted line (bits, default 0xF03)");
     queryCommand->add_option("--locale", query.locale, "ICU locale of texts and dates, for example de_DE");
     queryCommand->add_option("--log-dir", query.logDirectory, "Read the log files of this directory");
-    queryCommand->add_option("--format-resource", query.formatResource,
-                             "Directory of the message catalogues");
+    queryCommand
+        ->add_option("--format-resource", query.formatResource,
+                     "Directory of the message catalogues (default: $ZELKLOG_FORMAT_RESOURCE)")
+        ->envname("ZELKLOG_FORMAT_RESOURCE");
     queryCommand->add_option("--tz", query.tz,
                              "Shift the filter's dates by this offset (+02:00, -5:30, 3600s)");
     queryCommand->add_option("--since", query.since,
