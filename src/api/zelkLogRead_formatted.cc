@@ -12,6 +12,24 @@ namespace {
 
 constexpr uint32_t kDefaultFlags = 0xF03;
 
+// Whether ICU can use `locale`.  Callers pass the same locale for every record, and
+// building an ICU locale to check it costs more than formatting the record: the last
+// locale found usable is remembered for the thread.
+bool usableLocaleCached(const char *locale)
+{
+    thread_local char lastUsable[ULOC_FULLNAME_CAPACITY] = "";
+    if (locale == nullptr)
+        return true;
+    if (lastUsable[0] != '\0' && std::strcmp(locale, lastUsable) == 0)
+        return true;
+    if (!zelk::time::usableLocale(locale))
+        return false;
+    const size_t length = std::strlen(locale);
+    if (length > 0 && length < sizeof lastUsable)
+        std::memcpy(lastUsable, locale, length + 1);
+    return true;
+}
+
 }  // namespace
 
 extern "C" {
@@ -21,7 +39,7 @@ ZELKLOG_API uint32_t zelkLogFetchNextFormattedMessage(LogQuery *query, uintptr_t
 {
     // Without a place for the text a formatted record would be lost: refuse before fetching.
     // A locale ICU cannot use must not become the process default: refuse it as well.
-    if (text == nullptr || !zelk::time::usableLocale(locale))
+    if (text == nullptr || !usableLocaleCached(locale))
         return ZELKLOG_RC_BAD_ARGUMENT;
     uint32_t formatFlags = static_cast<uint32_t>(flags);
     if (formatFlags == 0)
@@ -29,12 +47,14 @@ ZELKLOG_API uint32_t zelkLogFetchNextFormattedMessage(LogQuery *query, uintptr_t
     // Stays in force for the whole process, as callers of this function expect.  Setting
     // the default it already is changes nothing, and callers pass the same locale for
     // every record: ICU's lock and canonicalisation are skipped then.
-    if (locale != nullptr && std::strcmp(locale, uloc_getDefault()) != 0) {
+    // uloc_getDefault takes ICU's lock: it is asked once when nothing changes.
+    const char *current = uloc_getDefault();
+    if (locale != nullptr && std::strcmp(locale, current) != 0) {
         UErrorCode status = U_ZERO_ERROR;
         uloc_setDefault(locale, &status);
+        current = uloc_getDefault();
     }
     // The formatter gets a copy, on the stack when it fits.
-    const char *current = uloc_getDefault();
     const size_t currentLength = std::strlen(current);
     char localBuffer[ULOC_FULLNAME_CAPACITY];
     char *localeCopy = currentLength < sizeof localBuffer ? localBuffer : strdup(current);
