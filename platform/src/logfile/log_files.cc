@@ -1,5 +1,4 @@
 // GetLogFiles: the log files of every configured product's log directory, oldest first.
-#include "platform/src/common/regular_file.h"
 #include "platform/src/logfile/log_format.h"
 #include "platform/src/logfile/read_state.h"
 
@@ -9,6 +8,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -26,16 +27,31 @@ struct FoundFile {
     uint64_t inode;
 };
 
-// The format of a file with a valid header, 0 for anything else.
-uint64_t logFileFormat(int directoryFd, const char *name)
+// Reads the header of a listed name and records the file if it is a log file with a
+// valid header.  One open, one fstat, one read and one close per file: the name is
+// opened without waiting (a FIFO, a device) and the descriptor only read with pread, so
+// its mode is never changed back to blocking.
+void checkFile(int directoryFd, const char *name, size_t index, std::vector<FoundFile> &found)
 {
-    int fd = openRegularFile(name, O_RDONLY, directoryFd);
+    int fd;
+    do {
+        fd = ::openat(directoryFd, name, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    } while (fd < 0 && errno == EINTR);
     if (fd < 0)
-        return 0;
-    ZelkLogFileHeader header;
-    uint32_t rc = readHeaderFromFd(fd, &header);
+        return;
+    struct stat info;
+    uint64_t format = 0;
+    if (fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && info.st_size >= off_t(kHeaderSize)) {
+        ZelkLogFileHeader header;
+        uint32_t rc = readHeaderFromFd(fd, &header);
+        if (rc == ZELKLOG_RC_OK || rc == ZELKLOG_RC_HEADER_NOTICE)
+            format = header.format;
+    }
     ::close(fd);
-    return rc == ZELKLOG_RC_OK || rc == ZELKLOG_RC_HEADER_NOTICE ? header.format : 0;
+    if (format == 0)
+        return;
+    int64_t modified = int64_t(info.st_mtim.tv_sec) * 1000000000 + info.st_mtim.tv_nsec;
+    found.push_back(FoundFile{modified, name, index, format, uint64_t(info.st_dev), uint64_t(info.st_ino)});
 }
 
 void scanDirectory(const std::string &path, size_t index, std::vector<FoundFile> &found)
@@ -52,16 +68,16 @@ void scanDirectory(const std::string &path, size_t index, std::vector<FoundFile>
         // Hidden names are skipped: among them the files a writer is still creating.
         if (item->d_name[0] == '.' || std::strlen(item->d_name) >= sizeof(LogFileEntry::fileName))
             continue;
-        struct stat info;
-        if (fstatat(directoryFd, item->d_name, &info, 0) != 0 || !S_ISREG(info.st_mode) ||
-            info.st_size < off_t(kHeaderSize))
-            continue;
-        uint64_t format = logFileFormat(directoryFd, item->d_name);
-        if (format == 0)
-            continue;
-        int64_t modified = int64_t(info.st_mtim.tv_sec) * 1000000000 + info.st_mtim.tv_nsec;
-        found.push_back(
-            FoundFile{modified, item->d_name, index, format, uint64_t(info.st_dev), uint64_t(info.st_ino)});
+        // A name the directory itself gives as a regular file is opened at once; anything
+        // else (a link, or a file system that does not tell) is looked at first, so that
+        // no device or FIFO is ever opened.
+        if (item->d_type != DT_REG) {
+            struct stat info;
+            if (fstatat(directoryFd, item->d_name, &info, 0) != 0 || !S_ISREG(info.st_mode) ||
+                info.st_size < off_t(kHeaderSize))
+                continue;
+        }
+        checkFile(directoryFd, item->d_name, index, found);
     }
     closedir(directory);
 }
