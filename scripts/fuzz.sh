@@ -17,26 +17,36 @@ export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1}
 if [ -d /dev/shm ] && [ -w /dev/shm ]; then
   export TMPDIR=/dev/shm
 fi
-status=0
-for target in decode logfile query store; do
-  corpus=$build/corpus/$target
+# One harness per core: two at a time.
+fuzz_one() {
+  local target=$1 corpus=$build/corpus/$1 log=$build/findings/$1.log
+  local seeds=() options=()
   mkdir -p "$corpus"
-  seeds=()
-  options=()
   case $target in
     logfile) seeds=("$build/fuzz/logfile_seeds") ;;
     query) options=(-dict="$root/fuzz/query.dict") ;;
     store) options=(-dict="$root/fuzz/store.dict") ;;
   esac
-  log=$build/findings/$target.log
   if "$build/fuzz/${target}_fuzz" "${options[@]}" -max_total_time="$seconds" -print_final_stats=1 \
        -artifact_prefix="$build/findings/$target-" "$corpus" "${seeds[@]}" >"$log" 2>&1; then
+    local runs
     runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log")
     echo "fuzz: ${target}_fuzz ${runs:-?} executions in ${seconds} s, no finding"
   else
     echo "fuzz: ${target}_fuzz FAILED (log and input in $build/findings/)" >&2
     tail -n 40 "$log" >&2
-    status=1
+    return 1
   fi
+}
+status=0
+for pair in "decode logfile" "query store"; do
+  pids=()
+  for target in $pair; do
+    fuzz_one "$target" &
+    pids+=($!)
+  done
+  for pid in "${pids[@]}"; do
+    wait "$pid" || status=1
+  done
 done
 exit $status
