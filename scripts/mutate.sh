@@ -144,7 +144,8 @@ sync_tree() {
         }' "$source" "$tree"
 }
 
-# The suite's programs, one command a line (fields separated by \x1f).
+# The suite's programs, one command a line (fields separated by \x1f), with the
+# environment CTest would give them.
 list_programs() {
     ctest --test-dir "$build" --show-only=json-v1 | perl -MJSON::PP -0777 -ne '
         my %seen;
@@ -152,6 +153,11 @@ list_programs() {
             my @command = @{$test->{command} // []};
             next unless @command;
             @command = ($command[0]) if grep { /^--gtest_filter=/ } @command;
+            for my $property (@{$test->{properties} // []}) {
+                next unless $property->{name} eq "ENVIRONMENT";
+                my $value = $property->{value};
+                unshift @command, "env", (ref $value ? @$value : ($value));
+            }
             my $line = join("\x1f", @command);
             print "$line\n" unless $seen{$line}++;
         }'
@@ -177,7 +183,10 @@ cat >"$work/run-program.sh" <<'PROGRAM'
 #!/usr/bin/env bash
 # $1: log directory, $2: time limit in seconds, $3: the command (fields separated by \x1f)
 IFS=$'\x1f' read -r -a command <<<"$3"
-name=$(basename "${command[0]}")
+name=env
+for word in "${command[@]}"; do  # the program's name, past "env VAR=value..."
+    [ "$word" = env ] || [[ $word == *=* ]] || { name=$(basename "$word"); break; }
+done
 timeout -k 5 "$2" nice "${command[@]}" >"$1/$name.log" 2>&1 && exit 0
 echo "$name (exit $?)" >>"$1/failed"
 exit 255  # ends xargs: the first failure decides

@@ -1,6 +1,7 @@
 // The property store on real files: round trips of any name and value, files written
 // or damaged by hand, enumeration, handles, concurrent writers.
 #include "tests/support/config_fixture.h"
+#include "tests/support/watchdog.h"
 #include "src/core/zelkLogCore.h"
 #include "zelkLogPropertyStore.h"
 
@@ -138,8 +139,11 @@ TEST(PropertyStore, ThreadsLoseNoUpdate)
                 EXPECT_EQ(utiSetPropertyAsStr(&store.handle, name.c_str(), name.c_str()), 0u);
             }
         });
-    for (std::thread &thread : threads)
-        thread.join();
+    {
+        zelk::test::Waiting waiting("writers sharing the store's lock file", 30);
+        for (std::thread &thread : threads)
+            thread.join();
+    }
     for (int t = 0; t < kThreads; ++t)
         for (int i = 0; i < kEach; ++i) {
             std::string name = std::to_string(t) + "." + std::to_string(i);

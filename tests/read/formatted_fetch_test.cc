@@ -2,12 +2,12 @@
 // leave no text, and context titles learnt from context records that do not match.
 #include "tests/support/config_fixture.h"
 #include "tests/support/log_fixture.h"
+#include "tests/support/watchdog.h"
 #include "zelkLogRead.h"
 
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <string>
 #include <utility>
@@ -74,8 +74,8 @@ TEST(FormattedFetch, LocalesTitlesFlagsAndCodes)
 }
 
 // A FIFO where a catalogue (or a log file) is looked for is no file to read: formatting
-// goes on without that catalogue and opening it fails, both at once.  The alarm ends the
-// program instead of letting a regression hang the suite.
+// goes on without that catalogue and opening it fails, both at once (a regression would
+// block on opening the FIFO: the watchdog ends the program after a few seconds).
 TEST(FormattedFetch, FifoInsteadOfACatalogue)
 {
     zelk::test::ConfigFixture config(zelk::test::billingProduct());
@@ -83,14 +83,13 @@ TEST(FormattedFetch, FifoInsteadOfACatalogue)
     ASSERT_EQ(mkdir(catalogues.c_str(), 0755), 0);
     ASSERT_EQ(mkfifo((catalogues + "/en.ini").c_str(), 0644), 0);
     zelk::test::writeLogFile(config.logDirectory(7) + "a.log", {app(1)}, 1000);
-    alarm(10);
+    zelk::test::Waiting waiting("a FIFO opened as a catalogue", 10);
     LogQuery query;
     ASSERT_EQ(zelkLogCreateQueryEx("PID = 1234", "en_US", nullptr, catalogues.c_str(), &query), 0u);
     char *text = nullptr;
     EXPECT_EQ(zelkLogFetchNextFormattedMessage(&query, 0, "en", 0, &text), 0u);
     zelkLogFree(text);
     zelkLogDestroyQuery(&query);
-    alarm(0);
 }
 
 }  // namespace
