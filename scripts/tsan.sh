@@ -12,6 +12,7 @@ cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DZELK_BUILD_BENC
   -DCMAKE_EXE_LINKER_FLAGS=-fsanitize=thread -DCMAKE_SHARED_LINKER_FLAGS=-fsanitize=thread >/dev/null
 cmake --build "$build" -j2 --target "${tests[@]}"
 export TSAN_OPTIONS=${TSAN_OPTIONS:-halt_on_error=1:second_deadlock_stack=1}
+export ZELK_TEST_TIME_LIMIT=${ZELK_TEST_TIME_LIMIT:-300}  # thread-sanitized code runs slower
 for test in "${tests[@]}"; do
   echo "tsan: $test"
   "$build/tests/$test" --gtest_brief=1
