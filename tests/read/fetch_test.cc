@@ -151,6 +151,7 @@ TEST_F(Fetch, UndecodableRecordGives23WhateverTheFilterTests)
 
 // Only a file of format 0x10008 named for a logset gives its records the logset's id
 // (as product id) and name; an older format under such a name keeps its records' own.
+// The first record does not match, so that the others are tested where they lie.
 TEST_F(Fetch, LogsetFileGivesEveryRecordItsLogset)
 {
     const std::pair<uint64_t, const char *> formats[] = {{ZELKLOG_FORMAT_10008, "nightly"},
@@ -159,8 +160,9 @@ TEST_F(Fetch, LogsetFileGivesEveryRecordItsLogset)
         char name[256];
         ASSERT_EQ(zelkLogMakeLogSetFileName(42, "nightly", ".log", name, sizeof name), 0u);
         unlink(path(name).c_str());
-        zelk::test::writeLogFile(path(name), {numbered(1), numbered(2, ZELKLOG_MSG_AUDIT)}, 1000, format);
-        create("PID = 1234");
+        zelk::test::writeLogFile(path(name), {numbered(1), numbered(2), numbered(3, ZELKLOG_MSG_AUDIT)}, 1000,
+                                 format);
+        create("TID >= 2");
         ZelkLogMsg record;
         for (int i = 0; i < 2; ++i) {
             ASSERT_EQ(zelkLogFetchNextEntry(&query_, &record), 0u);

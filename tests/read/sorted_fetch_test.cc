@@ -127,7 +127,7 @@ TEST(SortedFetch, Sequences)
 }
 
 // Many files with many equal times: earliest first, and on equal times the file nearer
-// the head (the older file) first, whatever the number of files.
+// the head (the older file) first, whatever the number of files; one file open at most.
 TEST(SortedFetch, ManyFilesWithTiesInListOrder)
 {
     zelk::test::ConfigFixture config(zelk::test::billingProduct());
@@ -149,9 +149,11 @@ TEST(SortedFetch, ManyFilesWithTiesInListOrder)
     LogQuery query;
     ASSERT_EQ(zelkLogCreateQuery("PID = 1234", "en_US", &query), 0u);
     std::string got;
+    const int descriptors = zelk::test::openDescriptors();
     for (uint32_t rc = 0; rc != ZELKLOG_RC_NO_MORE_RECORDS;) {
         ZelkLogMsg *record = nullptr;
         rc = zelkLogFetchNextSortedEntry(&query, &record);
+        ASSERT_LE(zelk::test::openDescriptors(), descriptors + 1) << "after " << got;
         if (rc == 0) {
             got += std::to_string(record->tid) + " ";
             zelkLogFreeMsg(record);
