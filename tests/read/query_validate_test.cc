@@ -8,6 +8,7 @@
 
 #include <ctime>
 #include <string>
+#include <vector>
 
 using zelk::test::treeText;
 
@@ -112,6 +113,19 @@ TEST_F(ShortNames, NamesBecomeIdentifiers)
     EXPECT_EQ(resolve("PRODID = 'billing' && ORGID = 'nosuch' && FILEID = 'jobs'"),
               "rc=" + std::to_string(ZELKLOG_RC_UNKNOWN_NAME) +
                   " AND(AND(=(PRODID, 7), =(ORGID, 'nosuch')), =(FILEID, 'jobs'))");
+}
+
+// Operators are numbered 1, 2, ... in post-order (left first); leaves keep 0.
+TEST_F(ShortNames, OperatorsNumberedInPostOrder)
+{
+    LogQuery query;
+    ASSERT_EQ(
+        zelkLogCreateQuery("PRODID = 'billing' && ORGID = 'worker' || FILEID = 'jobs'", nullptr, &query), 0u);
+    const QueryNode *root = query.root, *both = root->left;
+    EXPECT_EQ(std::vector<uint32_t>({both->left->visitMark, both->right->visitMark, both->visitMark,
+                                     root->right->visitMark, root->visitMark, root->right->left->visitMark}),
+              std::vector<uint32_t>({1, 2, 3, 4, 5, 0}));
+    zelkLogDestroyQuery(&query);
 }
 
 TEST_F(ShortNames, OddTrees)
