@@ -65,6 +65,19 @@ inline size_t stringClass(size_t rounded)
     return index >= 1 && index <= kStringClasses ? 2 + index - 1 : kClasses;
 }
 
+// A string the decoder allocated rounded up from its length, which the bytes up to its
+// first NUL never exceed: the class found from them is no larger than the block.
+void keepString(RecordStorage &kept, char *text)
+{
+    if (text == nullptr)
+        return;
+    const size_t cls = stringClass(roundedString(std::strlen(text) + 1));
+    if (cls < kClasses)
+        kept.keep(cls, text);
+    else
+        zelkLogFree(text);
+}
+
 void recycleList(RecordStorage &kept, ZelkLogMsgArgList *list)
 {
     if (list->args == nullptr)
@@ -72,16 +85,7 @@ void recycleList(RecordStorage &kept, ZelkLogMsgArgList *list)
     for (ZelkLogMsgArg **slot = list->args; *slot != nullptr; ++slot) {
         ZelkLogMsgArg *arg = *slot;
         if (arg->ownsValue != 0 && (arg->type == ZELKLOG_ARG_STRING || arg->type == ZELKLOG_ARG_XSTRING)) {
-            // The decoder allocated the string rounded up from its counted length, which
-            // the bytes up to its first NUL never exceed: this class is no larger.
-            char *text = arg->value.string;
-            if (text != nullptr) {
-                const size_t cls = stringClass(roundedString(std::strlen(text) + 1));
-                if (cls < kClasses)
-                    kept.keep(cls, text);
-                else
-                    zelkLogFree(text);
-            }
+            keepString(kept, arg->value.string);
         } else if (arg->ownsValue != 0) {
             releaseArgument(arg);
             continue;
@@ -129,25 +133,26 @@ void recycleMsg(ZelkLogMsg *record)
 {
     if (record == nullptr)
         return;
-    // The strings outside the argument section, as zelkLogFreeMsg releases them.
-    zelkLogFree(record->contextToken);
-    zelkLogFree(record->auxText);
+    // The same members as zelkLogFreeMsg releases.
+    RecordStorage &kept = threadStorage();
+    keepString(kept, record->contextToken);
+    keepString(kept, record->auxText);
     switch (record->kind) {
     case ZELKLOG_MSG_DEBUG:
     case ZELKLOG_MSG_DIAG:
     case ZELKLOG_MSG_APP:
-        zelkLogFree(record->kindData.second.who);
+        keepString(kept, record->kindData.second.who);
         break;
     case ZELKLOG_MSG_CTX:
-        zelkLogFree(record->kindData.first.contextText);
+        keepString(kept, record->kindData.first.contextText);
         break;
     case ZELKLOG_MSG_AUDIT:
-        zelkLogFree(record->kindData.second.subject);
+        keepString(kept, record->kindData.second.subject);
         break;
     default:
         break;
     }
-    recycleList(threadStorage(), &record->args);
+    recycleList(kept, &record->args);
     std::memset(record, 0, offsetof(ZelkLogMsg, fileHeaderText));
     record->fileHeaderText[0] = '\0';
     record->logsetName[0] = '\0';
