@@ -61,6 +61,15 @@ template <Pass P> uint32_t readArgumentList(TextCursor &cursor, ZelkLogMsgArgLis
                     list->listInfo = static_cast<uint64_t>(kFirstSlots) << 32;
                 }
             }
+            // While the array has room, the argument is added here as zelkLisAddArg adds
+            // it (count in the low word); the logging core grows the array.
+            const uint64_t count = list->listInfo & 0xFFFFFFFFu;
+            if (list->args != nullptr && count + 2 <= (list->listInfo >> 32)) {
+                list->args[count] = arg;
+                list->args[count + 1] = nullptr;
+                ++list->listInfo;
+                continue;
+            }
             rc = zelkLisAddArg(list, arg);
             if (rc != ZELKLOG_RC_OK) {
                 releaseArgument(arg);

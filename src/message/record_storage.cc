@@ -102,7 +102,9 @@ void recycleList(RecordStorage &kept, ZelkLogMsgArgList *list)
 
 }  // namespace
 
-RecordStorage &threadStorage()
+// Out of line: a caller asks once and keeps the reference, instead of looking up the
+// thread's storage at every use.
+__attribute__((noinline)) RecordStorage &threadStorage()
 {
     thread_local RecordStorage kept;
     return kept;
