@@ -1,6 +1,7 @@
 // The formatted fetch: the next record in time order, formatted by the logging core in
 // a chosen locale and released, handed out as text.
 #include "src/core/zelkLogCore.h"
+#include "src/message/record_storage.h"
 #include "src/time/locale_check.h"
 
 #include <unicode/uloc.h>
@@ -71,7 +72,8 @@ ZELKLOG_API uint32_t zelkLogFetchNextFormattedMessage(LogQuery *query, uintptr_t
         char *formatted = nullptr;
         rc = zelkLogFormatMessageEx(query, localeCopy, formatArg, formatFlags, 0, record, &formatted);
         if (rc == ZELKLOG_RC_OK) {
-            zelkLogFreeMsg(record);
+            // Released as zelkLogFreeMsg does; its blocks serve the next record decoded.
+            zelk::message::recycleMsg(record);
             *text = formatted;
         }
     }

@@ -2,6 +2,7 @@
 #include "src/message/argument_list.h"
 
 #include "src/message/number_rules.h"
+#include "src/message/record_storage.h"
 #include "src/core/zelkLogCore.h"
 
 #include <cstring>
@@ -43,7 +44,7 @@ template <Pass P> uint32_t readArgumentList(TextCursor &cursor, ZelkLogMsgArgLis
             if (uint32_t rc = readArgumentValue<P>(cursor, tag, &scratch, depth); rc != ZELKLOG_RC_OK)
                 return rc;
         } else {
-            auto *arg = static_cast<ZelkLogMsgArg *>(zelkLogMalloc(sizeof(ZelkLogMsgArg)));
+            ZelkLogMsgArg *arg = takeArgument(*cursor.storage);
             if (arg == nullptr)
                 return ZELKLOG_RC_NO_MEMORY;
             std::memset(arg, 0, sizeof *arg);
@@ -51,6 +52,23 @@ template <Pass P> uint32_t readArgumentList(TextCursor &cursor, ZelkLogMsgArgLis
             if (rc != ZELKLOG_RC_OK) {
                 zelkLogFree(arg);  // a failed decode leaves nothing owned in it
                 return rc;
+            }
+            if (list->args == nullptr) {
+                // The first slot array, as zelkLisAddArg would allocate it, from kept storage.
+                if (ZelkLogMsgArg **slots = takeSlots(*cursor.storage)) {
+                    slots[0] = nullptr;
+                    list->args = slots;
+                    list->listInfo = static_cast<uint64_t>(kFirstSlots) << 32;
+                }
+            }
+            // While the array has room, the argument is added here as zelkLisAddArg adds
+            // it (count in the low word); the logging core grows the array.
+            const uint64_t count = list->listInfo & 0xFFFFFFFFu;
+            if (list->args != nullptr && count + 2 <= (list->listInfo >> 32)) {
+                list->args[count] = arg;
+                list->args[count + 1] = nullptr;
+                ++list->listInfo;
+                continue;
             }
             rc = zelkLisAddArg(list, arg);
             if (rc != ZELKLOG_RC_OK) {

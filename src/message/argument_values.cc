@@ -4,6 +4,7 @@
 
 #include "src/message/field_readers.h"
 #include "src/message/number_rules.h"
+#include "src/message/record_storage.h"
 #include "src/core/zelkLogCore.h"
 
 #include <cstring>
@@ -181,7 +182,7 @@ template <Pass P> uint32_t readNarrowString(TextCursor &cursor, uint32_t type, Z
         arg->type = type;
         return ZELKLOG_RC_OK;
     }
-    auto *copy = static_cast<char *>(zelkLogMalloc(length + 1));
+    char *copy = takeString(*cursor.storage, length + 1);
     if (copy == nullptr)
         return ZELKLOG_RC_NO_MEMORY;
     std::memcpy(copy, data, length);

@@ -2,6 +2,7 @@
 #include "src/message/field_readers.h"
 
 #include "src/message/number_rules.h"
+#include "src/message/record_storage.h"
 #include "src/core/zelkLogCore.h"
 
 #include <cstring>
@@ -176,7 +177,15 @@ template <Pass P> uint32_t readStringField(TextCursor &cursor, char **out)
     if constexpr (P == Pass::Store) {
         data[bytes] = '\0';
         cursor.pos = data + bytes;
-        return utf82mbs(data, bytes, out);
+        // utf82mbs's checks and copy, into storage that released records leave behind.
+        if (uint32_t rc = utf8check(data, bytes); rc != ZELKLOG_RC_OK)
+            return rc;
+        char *copy = takeString(*cursor.storage, bytes + 1);
+        if (copy == nullptr)
+            return ZELKLOG_RC_NO_MEMORY;
+        std::memcpy(copy, data, bytes + 1);
+        *out = copy;
+        return ZELKLOG_RC_OK;
     } else {
         if (uint32_t rc = utf8check(data, bytes); rc != ZELKLOG_RC_OK)
             return rc;

@@ -43,10 +43,13 @@ private:
     int count_ = 0;
 };
 
+class RecordStorage;
+
 struct TextCursor {
     char *pos;
     char *end;
     InPlaceStrings *inPlace = nullptr;  // Check pass only
+    RecordStorage *storage = nullptr;   // Store pass: kept blocks to decode into
 
     size_t remaining() const { return static_cast<size_t>(end - pos); }
 };

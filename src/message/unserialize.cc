@@ -5,6 +5,7 @@
 
 #include "src/message/argument_list.h"
 #include "src/message/field_readers.h"
+#include "src/message/record_storage.h"
 #include "src/message/text_cursor.h"
 #include "src/core/zelkLogCore.h"
 
@@ -123,7 +124,9 @@ template <Pass P> uint32_t unserialize(textMessage *message, ZelkLogMsg *record,
     if (!layoutFor(record->format, &layout))
         return ZELKLOG_RC_FAILURE;
     record->marker = 1;
-    TextCursor cursor{message->text, message->text + std::strlen(message->text), inPlace};
+    TextCursor cursor{message->text, message->text + std::strlen(message->text), inPlace, nullptr};
+    if constexpr (P == Pass::Store)
+        cursor.storage = &threadStorage();
     uint32_t rc = readHead<P>(cursor, layout, record);
     if (rc == ZELKLOG_RC_OK)
         rc = readTail<P>(cursor, layout, record);

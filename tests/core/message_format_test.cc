@@ -72,7 +72,8 @@ protected:
                           "1001 = Could not open {0}: error {1,number,integer}\n"
                           "1002 = Root only: {0}\n"
                           "2000 = Context {0}\n"
-                          "3000 = Copied {0, plural, one {# file} other {# files}}\n");
+                          "3000 = Copied {0, plural, one {# file} other {# files}}\n"
+                          "4000 = n {0,number,#}\n");
         write("de.ini", "; German texts\n"
                         "[messages]\n"
                         "1001 = Datei {0} nicht geöffnet: Fehler {1,number,integer}\n"
@@ -108,13 +109,15 @@ protected:
 
 TEST_F(MessageFormat, CatalogueTextsWithFallback)
 {
-    TestRecord open, otherProduct, rootOnly, continued, plural, huge;
+    TestRecord open, otherProduct, rootOnly, continued, plural, huge, plain, plainHuge;
     open.id(1001).text("a.txt").integer(1234);
     otherProduct.id(1001).text("a.txt").integer(1234).msg.productId = 7;
     rootOnly.id(1002).wide(L"Gr\u00fc\u00dfe");
     continued.id(0x3ED).letter(L'\u00e9');
     plural.id(3000).integer(1);
     huge.id(1002).unsigned64(UINT64_MAX);
+    plain.id(4000).integer(INT64_MIN);
+    plainHuge.id(4000).unsignedSized(UINT64_MAX);
     const struct {
         const char *name;
         const ZelkLogMsg *record;
@@ -127,11 +130,17 @@ TEST_F(MessageFormat, CatalogueTextsWithFallback)
         {"de_AT falls back to de", otherProduct.get(), "de_AT",
          u8"Datei a.txt nicht ge\u00f6ffnet: Fehler 1\u00a0234"},
         {"de falls back to root", rootOnly.get(), "de_AT", u8"Root only: Gr\u00fc\u00dfe"},
-        {"locale without file", rootOnly.get(), "fr_FR", u8"Root only: Gr\u00fc\u00dfe"},
         {"continuation line", continued.get(), "de-DE", u8"Lange Meldung mit \u00e9 und Fortsetzung"},
         {"unsigned beyond int64", huge.get(), "en", "Root only: 18,446,744,073,709,551,615"},
         {"most specific locale", plural.get(), "de_AT", "1 Dateien kopiert (AT)"},
         {"keywords ignored", plural.get(), "de_AT@currency=EUR", "1 Dateien kopiert (AT)"},
+        {"plain digits", plain.get(), "en", "n -9223372036854775808"},
+        {"plain beyond int64", plainHuge.get(), "fr", "n 18446744073709551615"},
+        {"native digits", plain.get(), "ar_EG",
+         u8"n "
+         u8"\u061c-"
+         u8"\u0669\u0662\u0662\u0663\u0663\u0667\u0662\u0660\u0663\u0666\u0668\u0665\u0664\u0667\u0667\u0665"
+         u8"\u0668\u0660\u0668"},
     };
     for (const auto &c : cases)
         EXPECT_EQ(format(c.record, c.locale), c.expected) << c.name;

@@ -8,6 +8,8 @@
 #include <unicode/uloc.h>
 #include <unicode/ustring.h>
 
+#include <charconv>
+#include <cstdint>
 #include <cstring>
 #include <new>
 #include <string_view>
@@ -106,6 +108,46 @@ Localizer *localizerFor(ZelkLogLocalizerList &list, const char *directory, const
 
 namespace {
 
+// Whether `format` writes 64-bit integers exactly as std::to_chars does.  Grouping,
+// native digits, significant digits, rounding, scaling, padding, exponents, affixes and
+// a cap on the integer digits each change at least one of these values.
+bool writesPlainIntegers(const icu::Format &format)
+{
+    static const int64_t probes[] = {0,
+                                     1,
+                                     7,
+                                     -1,
+                                     -7,
+                                     10,
+                                     45,
+                                     100,
+                                     999,
+                                     1000,
+                                     1234,
+                                     12345,
+                                     123456,
+                                     1234567,
+                                     -9876543,
+                                     1000000000,
+                                     9876543210,
+                                     1234567890123456789,
+                                     -1234567890123456789,
+                                     INT64_MAX,
+                                     INT64_MIN};
+    for (int64_t probe : probes) {
+        char digits[24];
+        const auto end = std::to_chars(digits, digits + sizeof digits, probe).ptr;
+        const icu::UnicodeString expected(digits, static_cast<int32_t>(end - digits),
+                                          icu::UnicodeString::kInvariant);
+        icu::UnicodeString written;
+        UErrorCode status = U_ZERO_ERROR;
+        format.format(icu::Formattable(probe), written, status);
+        if (U_FAILURE(status) || written != expected)
+            return false;
+    }
+    return true;
+}
+
 // Cuts the text of `entry` into pieces when every top-level argument is plain or of a
 // simple type; leaves `pieces` empty otherwise (named arguments, choice, plural, select).
 void makePieces(MessageEntry &entry)
@@ -153,6 +195,7 @@ void makePieces(MessageEntry &entry)
         }
         piece.argument = number.getValue();
         piece.format = format;
+        piece.plainIntegers = format != nullptr && writesPlainIntegers(*format);
         pieces.push_back(std::move(piece));
         piece = MessageEntry::Piece();
         i = parsed.getLimitPartIndex(i);

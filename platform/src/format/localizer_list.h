@@ -47,11 +47,15 @@ struct DateCache {
 // be written straight into UTF-8: `literal`, then argument `argument` (-1 after the last
 // literal) through `format` (null: the argument as it is, numbers in the locale's
 // default number format) - the same steps ICU's formatter takes for such a text.
+// `plainIntegers`: `format` is known to write every 64-bit integer as plain ASCII
+// decimal digits with a leading "-" (as "{1,number,#}" does in most locales), so an
+// integer argument is written without ICU.
 struct MessageEntry {
     struct Piece {
         std::string literal;
         int32_t argument = -1;
         const icu::Format *format = nullptr;
+        bool plainIntegers = false;
     };
     std::unique_ptr<icu::MessageFormat> format;  // null when no catalogue has a usable text
     std::vector<Piece> pieces;                   // empty: format through ICU only

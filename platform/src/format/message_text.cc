@@ -199,6 +199,37 @@ void appendList(ZelkLogMsgArgList const &list, uint64_t productId, int depth,
     appendPlainArguments(list.args, productId, depth, localizers, localizer, out);
 }
 
+// An integer argument in plain decimal digits, for a format known to write it so; false
+// (nothing written) for other arguments and for unsigned values above the signed range,
+// which ICU formats as decimal numbers.
+bool appendPlainInteger(const ZelkLogMsgArg &arg, std::string &out)
+{
+    int64_t value;
+    switch (arg.type) {
+    case ZELKLOG_ARG_INT:
+    case ZELKLOG_ARG_DINT:
+        value = arg.value.sizedInt.value;
+        break;
+    case ZELKLOG_ARG_INT64:
+        value = arg.value.int64;
+        break;
+    case ZELKLOG_ARG_UINT:
+    case ZELKLOG_ARG_UINT64: {
+        const uint64_t number = arg.type == ZELKLOG_ARG_UINT ? arg.value.sizedUInt.value : arg.value.uint64;
+        if (number > static_cast<uint64_t>(INT64_MAX))
+            return false;
+        value = static_cast<int64_t>(number);
+        break;
+    }
+    default:
+        return false;
+    }
+    char digits[24];
+    const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
+    out.append(digits, static_cast<size_t>(end - digits));
+    return true;
+}
+
 // Writes the message of `list` from the pieces of its catalogue text straight into
 // UTF-8.  False, with `out` as it was, when an argument needs the whole of ICU's
 // formatter (missing, or refused by its format): the caller then formats through ICU.
@@ -223,6 +254,8 @@ bool appendPieces(const MessageEntry &entry, ZelkLogMsgArgList const &list, uint
             appendBytes(out, arg.value.string);
             continue;
         }
+        if (piece.plainIntegers && appendPlainInteger(arg, out))
+            continue;
         const icu::Formattable value = formattable(arg, productId, 0, localizers, localizer);
         icu::UnicodeString formatted;
         if (piece.format != nullptr) {
