@@ -265,6 +265,7 @@ uint32_t primeHead(LogQuery *query, MergeState &state, LogFileEntry **head)
     while (slot != kNone && !isFull(state.slots[slot].entry)) {
         LogFileEntry *entry = state.slots[slot].entry;
         query->currentFile = entry;
+        const uint32_t before = rc;
         rc = readPending(query, entry, !(firstRead && state.dense));
         state.dense = firstRead && rc == ZELKLOG_RC_OK;
         firstRead = false;
@@ -277,6 +278,9 @@ uint32_t primeHead(LogQuery *query, MergeState &state, LogFileEntry **head)
             zelkLogFreeMsg(&entry->pending);
             *head = entry;
             return rc;
+        case zelk::read::kRcNoLogFile:  // dropped unseen: as if never listed, no read
+            rc = before;
+            [[fallthrough]];
         case ZELKLOG_RC_END_OF_FILE: {  // finished: closed and freed by the read
             uint32_t next = state.slots[slot].next;
             state.drop(slot);
@@ -309,7 +313,8 @@ uint32_t primeHead(LogQuery *query, MergeState &state, LogFileEntry **head)
 
 // Fills one empty slot after the head.  Returns the code of its last read (1 reported as
 // -8 with the message); the slot ends full (in the heap), still empty (listed again in
-// `kept`), or finished and unlinked.
+// `kept`), or finished and unlinked.  kRcNoLogFile: the file was no log file and is
+// unlinked; that counts as no read.
 uint32_t fillSlot(LogQuery *query, MergeState &state, uint32_t slot, uint32_t *kept)
 {
     LogFileEntry *entry = state.slots[slot].entry;
@@ -328,6 +333,7 @@ uint32_t fillSlot(LogQuery *query, MergeState &state, uint32_t slot, uint32_t *k
                 state.waiting[(*kept)++] = slot;
             }
             return rc;
+        case zelk::read::kRcNoLogFile:
         case ZELKLOG_RC_END_OF_FILE:  // closed and freed by the read
             state.slots[state.slots[slot].previous].entry->next = query->currentFile;
             state.drop(slot);
@@ -367,7 +373,8 @@ uint32_t mergePick(LogQuery *query, MergeState &state, LogFileEntry *first, LogF
         state.slots[slot].waiting = 0;
         if (state.slots[slot].entry == nullptr || slot == state.headSlot)
             continue;
-        passCode = fillSlot(query, state, slot, &kept);
+        if (uint32_t rc = fillSlot(query, state, slot, &kept); rc != zelk::read::kRcNoLogFile)
+            passCode = rc;
         const LogFileEntry *entry = state.slots[slot].entry;
         if (entry == nullptr || !zelkLogOs_isvalidfilehandle(&entry->file))
             continue;
@@ -411,6 +418,7 @@ uint32_t primeHeadByList(LogQuery *query, LogFileEntry **head)
     LogFileEntry *entry = query->currentFile;
     while (entry != nullptr && !isFull(entry)) {
         query->currentFile = entry;
+        const uint32_t before = rc;
         rc = readPending(query, entry);
         switch (rc) {
         case ZELKLOG_RC_OK:
@@ -420,6 +428,10 @@ uint32_t primeHeadByList(LogQuery *query, LogFileEntry **head)
             zelkLogFreeMsg(&entry->pending);
             *head = entry;
             return rc;
+        case zelk::read::kRcNoLogFile:
+            rc = before;
+            entry = query->currentFile;
+            break;
         case ZELKLOG_RC_END_OF_FILE:
             entry = query->currentFile;
             break;
@@ -449,12 +461,16 @@ LogFileEntry *fillSlotByList(LogQuery *query, LogFileEntry *previous, LogFileEnt
     for (;;) {
         LogFileEntry *successor = entry->next;
         query->currentFile = entry;
+        const uint32_t before = *passCode;
         uint32_t rc = readPending(query, entry);
         *passCode = rc;
         switch (rc) {
         case ZELKLOG_RC_OK:
             return entry;
+        case zelk::read::kRcNoLogFile:  // dropped unseen: no read
         case ZELKLOG_RC_END_OF_FILE:
+            if (rc == zelk::read::kRcNoLogFile)
+                *passCode = before;
             previous->next = successor;
             entry = successor;
             if (entry == nullptr || isFull(entry))

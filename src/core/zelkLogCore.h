@@ -118,8 +118,10 @@ ZELKLOG_API uint32_t zelkLogRemoveProductCfg(uint64_t productId);
 /* Log files and raw records                                                 */
 /* ------------------------------------------------------------------------- */
 /* Builds the query's list of log files (query->currentFile) from the products' log
- * directories: oldest first by modification time, then name; hidden files and files
- * without a valid header are left out.
+ * directories: oldest first by modification time, then name; hidden files and anything
+ * but a regular file long enough for a header are left out.  No file is opened: every
+ * entry's format is 0 until its header has been read (ReadHeader, at the file's first
+ * open), and the reader drops a file whose header then proves invalid.
  *   array, count  the configuration records.
  *   query         the query, its tree built.
  * Codes: ZELKLOG_RC_OK, also when no file is found (empty list);
