@@ -173,7 +173,11 @@ struct MergeState {
         }
     }
     // Brings a slot's place in line with its record: in the heap when full; else (the
-    // head aside, which the head step fills) among the slots to fill.
+    // head aside, which the head step fills) among the slots to fill.  An emptied slot
+    // keeps its old key in the heap until it is filled again, when the key is replaced
+    // in place: a file that wins again and again (rotated files) costs a sift of one or
+    // two steps, not a removal and an insertion.  Every read that leaves a slot empty
+    // takes it out (`leaveEmpty`); no key is looked at before the slots are filled.
     void update(uint32_t slot)
     {
         const LogFileEntry *entry = slots[slot].entry;
@@ -181,9 +185,15 @@ struct MergeState {
             heapSet(slot, entry->pending.timeMs);
             return;
         }
-        heapRemove(slot);
         if (slot != headSlot)
             addWaiting(slot);
+    }
+    // A slot that a read leaves empty (its next read is due in a later call).
+    void leaveEmpty(uint32_t slot, uint32_t *kept)
+    {
+        heapRemove(slot);
+        slots[slot].waiting = 1;
+        waiting[(*kept)++] = slot;
     }
     // The slot's file is finished and its entry freed.
     void drop(uint32_t slot)
@@ -326,12 +336,10 @@ uint32_t fillSlot(LogQuery *query, MergeState &state, uint32_t slot, uint32_t *k
         firstRead = false;
         switch (rc) {
         case ZELKLOG_RC_OK:
-            if (isFull(entry)) {
+            if (isFull(entry))
                 state.heapSet(slot, entry->pending.timeMs);
-            } else {  // a time of 0 reads as empty: read over by the next pick
-                state.slots[slot].waiting = 1;
-                state.waiting[(*kept)++] = slot;
-            }
+            else  // a time of 0 reads as empty: read over by the next pick
+                state.leaveEmpty(slot, kept);
             return rc;
         case zelk::read::kRcNoLogFile:
         case ZELKLOG_RC_END_OF_FILE:  // closed and freed by the read
@@ -349,8 +357,7 @@ uint32_t fillSlot(LogQuery *query, MergeState &state, uint32_t slot, uint32_t *k
             break;
         case ZELKLOG_RC_FAILURE:  // stays in the list, empty, and is tried by every pick
             reportUnopenable(*entry);
-            state.slots[slot].waiting = 1;
-            state.waiting[(*kept)++] = slot;
+            state.leaveEmpty(slot, kept);
             return kFileUnopenable;
         default:
             break;
