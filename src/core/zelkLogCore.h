@@ -150,7 +150,8 @@ ZELKLOG_API uint32_t updateQueryForTZ(QueryNode *root, int64_t tzOffset);
  * ZELKLOG_RC_BAD_ARGUMENT for a null handle or path or another access.
  * Ownership: an open handle is closed with zelkLogOs_close. */
 ZELKLOG_API int zelkLogOs_open(LogOsFile *file, const char *path, int access, int mode);
-/* Closes a handle; a handle that is not open is accepted.
+/* Closes a handle; a handle that is not open is accepted.  The bytes read ahead into its
+ * area are dropped, and the pages wholly inside the area given back to the system.
  *   file  the handle, or null; fd is -1 afterwards.
  * Returns: 0; -1 when the system reports a failure (the handle is closed anyway). */
 ZELKLOG_API int zelkLogOs_close(LogOsFile *file);
