@@ -1,4 +1,5 @@
-// Full paths of log files and bounded copies of the fixed-size texts of a file entry.
+// Full paths of log files, bounded copies of the fixed-size texts of a file entry, and the
+// internal code of a listed file that proves to be no log file.
 #ifndef SRC_API_LOG_PATH_H_
 #define SRC_API_LOG_PATH_H_
 
@@ -7,6 +8,12 @@
 #include <cstring>
 
 namespace zelk::read {
+
+// ReadNextLogFile's code for a file opened for the first time whose header shows that it
+// is no log file (the listing does not open files to check them).  The file is closed
+// again; every fetch drops it silently, as if it had never been listed: dropping it is
+// no read of theirs and changes no code they return.  Internal: never handed to a caller.
+inline constexpr uint32_t kRcNoLogFile = 0xFFFF0033u;
 
 // Copies at most `sourceSize` characters of `source` and always terminates `target`.
 inline void copyText(char *target, size_t targetSize, const char *source, size_t sourceSize)

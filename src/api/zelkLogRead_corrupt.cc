@@ -46,9 +46,17 @@ int reportFile(const LogFileEntry &source, ReportScratch &scratch)
     zelk::read::LogPath path(entry);
     if (zelkLogOs_open(&entry.file, path.text(), 1, 0660) == ZELKLOG_RC_OK)
         entry.file.readerState = -1;
-    ReadHeader(&entry, &scratch.header);
+    uint32_t headerCode = ReadHeader(&entry, &scratch.header);
     if (!zelkLogOs_isvalidfilehandle(&entry.file))
         return 0;
+    if (entry.format == 0) {
+        // Not opened since it was listed: its header decides whether it is a log file.
+        if (headerCode != ZELKLOG_RC_OK && headerCode != ZELKLOG_RC_HEADER_NOTICE) {
+            zelkLogOs_close(&entry.file);
+            return 0;
+        }
+        entry.format = scratch.header.format;
+    }
 
     int corrupt = 0;
     init_text_msg(&scratch.message);

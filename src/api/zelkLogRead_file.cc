@@ -2,6 +2,25 @@
 #include "src/core/zelkLogCore.h"
 #include "src/api/log_path.h"
 
+namespace {
+
+// The listing opens no file: at a file's first open (its format still 0) the header
+// decides.  One that is not valid shows the file to be no log file, and it is closed
+// again (false); otherwise the entry takes the header's format.
+bool acceptFirstHeader(LogFileEntry *entry, const ZelkLogFileHeader &header, uint32_t rc)
+{
+    if (entry->format != 0)
+        return true;
+    if (rc != ZELKLOG_RC_OK && rc != ZELKLOG_RC_HEADER_NOTICE) {
+        zelkLogOs_close(&entry->file);
+        return false;
+    }
+    entry->format = header.format;
+    return true;
+}
+
+}  // namespace
+
 extern "C" {
 
 ZELKLOG_API int readlog(LogOsFile *file, textMessage *message)
@@ -20,8 +39,15 @@ ZELKLOG_API uint32_t ReadNextLogFile(LogQuery *query)
     zelk::read::LogPath path(*entry);
     if (zelkLogOs_open(&entry->file, path.text(), 1, 0660) != ZELKLOG_RC_OK)
         return ZELKLOG_RC_FAILURE;
+    ZelkLogFileHeader header;
+    header.text[0] = '\0';
     if (entry->savedOffset != 0) {
         if (zelkLogIsSameLogFile(entry)) {
+            // A position given before the file was ever opened (a resumed reading): the
+            // header is still checked, once, and its format taken; the reading goes on at
+            // the position.
+            if (entry->format == 0 && !acceptFirstHeader(entry, header, ReadHeader(entry, &header)))
+                return zelk::read::kRcNoLogFile;
             zelkLogOs_seek(&entry->file, entry->savedOffset);
             return ZELKLOG_RC_OK;
         }
@@ -31,9 +57,9 @@ ZELKLOG_API uint32_t ReadNextLogFile(LogQuery *query)
     }
     zelkLogOs_seek(&entry->file, 0);
 
-    ZelkLogFileHeader header;
-    header.text[0] = '\0';
     uint32_t rc = ReadHeader(entry, &header);
+    if (!acceptFirstHeader(entry, header, rc))
+        return zelk::read::kRcNoLogFile;
     zelk::read::copyText(entry->headerText, sizeof entry->headerText, header.text, sizeof header.text);
     return rc;
 }

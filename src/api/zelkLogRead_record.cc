@@ -26,7 +26,8 @@ void applyLogset(const LogFileEntry &entry, ZelkLogMsg *record)
 }
 
 // Opens the current file when needed and reads one record's text into `message`.  0 with
-// the entry read from, 24 when the file has ended (it is closed), or the opening's code.
+// the entry read from, 24 when the file has ended (it is closed), or the opening's code;
+// a file that proves to be no log file is closed and freed like an ended one.
 uint32_t readText(LogQuery *query, textMessage *message, LogFileEntry **entry)
 {
     LogFileEntry *current = query->currentFile;
@@ -38,6 +39,8 @@ uint32_t readText(LogQuery *query, textMessage *message, LogFileEntry **entry)
                    zelkLogOs_readAside(&current->file, message, &current->savedOffset) == 1;
         if (!haveText) {
             uint32_t rc = ReadNextLogFile(query);
+            if (rc == zelk::read::kRcNoLogFile)
+                closelogfile(query);
             if (rc != ZELKLOG_RC_OK)
                 return rc;
             current = query->currentFile;

@@ -173,7 +173,11 @@ struct MergeState {
         }
     }
     // Brings a slot's place in line with its record: in the heap when full; else (the
-    // head aside, which the head step fills) among the slots to fill.
+    // head aside, which the head step fills) among the slots to fill.  An emptied slot
+    // keeps its old key in the heap until it is filled again, when the key is replaced
+    // in place: a file that wins again and again (rotated files) costs a sift of one or
+    // two steps, not a removal and an insertion.  Every read that leaves a slot empty
+    // takes it out (`leaveEmpty`); no key is looked at before the slots are filled.
     void update(uint32_t slot)
     {
         const LogFileEntry *entry = slots[slot].entry;
@@ -181,9 +185,15 @@ struct MergeState {
             heapSet(slot, entry->pending.timeMs);
             return;
         }
-        heapRemove(slot);
         if (slot != headSlot)
             addWaiting(slot);
+    }
+    // A slot that a read leaves empty (its next read is due in a later call).
+    void leaveEmpty(uint32_t slot, uint32_t *kept)
+    {
+        heapRemove(slot);
+        slots[slot].waiting = 1;
+        waiting[(*kept)++] = slot;
     }
     // The slot's file is finished and its entry freed.
     void drop(uint32_t slot)
@@ -265,6 +275,7 @@ uint32_t primeHead(LogQuery *query, MergeState &state, LogFileEntry **head)
     while (slot != kNone && !isFull(state.slots[slot].entry)) {
         LogFileEntry *entry = state.slots[slot].entry;
         query->currentFile = entry;
+        const uint32_t before = rc;
         rc = readPending(query, entry, !(firstRead && state.dense));
         state.dense = firstRead && rc == ZELKLOG_RC_OK;
         firstRead = false;
@@ -277,6 +288,9 @@ uint32_t primeHead(LogQuery *query, MergeState &state, LogFileEntry **head)
             zelkLogFreeMsg(&entry->pending);
             *head = entry;
             return rc;
+        case zelk::read::kRcNoLogFile:  // dropped unseen: as if never listed, no read
+            rc = before;
+            [[fallthrough]];
         case ZELKLOG_RC_END_OF_FILE: {  // finished: closed and freed by the read
             uint32_t next = state.slots[slot].next;
             state.drop(slot);
@@ -309,7 +323,8 @@ uint32_t primeHead(LogQuery *query, MergeState &state, LogFileEntry **head)
 
 // Fills one empty slot after the head.  Returns the code of its last read (1 reported as
 // -8 with the message); the slot ends full (in the heap), still empty (listed again in
-// `kept`), or finished and unlinked.
+// `kept`), or finished and unlinked.  kRcNoLogFile: the file was no log file and is
+// unlinked; that counts as no read.
 uint32_t fillSlot(LogQuery *query, MergeState &state, uint32_t slot, uint32_t *kept)
 {
     LogFileEntry *entry = state.slots[slot].entry;
@@ -321,13 +336,12 @@ uint32_t fillSlot(LogQuery *query, MergeState &state, uint32_t slot, uint32_t *k
         firstRead = false;
         switch (rc) {
         case ZELKLOG_RC_OK:
-            if (isFull(entry)) {
+            if (isFull(entry))
                 state.heapSet(slot, entry->pending.timeMs);
-            } else {  // a time of 0 reads as empty: read over by the next pick
-                state.slots[slot].waiting = 1;
-                state.waiting[(*kept)++] = slot;
-            }
+            else  // a time of 0 reads as empty: read over by the next pick
+                state.leaveEmpty(slot, kept);
             return rc;
+        case zelk::read::kRcNoLogFile:
         case ZELKLOG_RC_END_OF_FILE:  // closed and freed by the read
             state.slots[state.slots[slot].previous].entry->next = query->currentFile;
             state.drop(slot);
@@ -343,8 +357,7 @@ uint32_t fillSlot(LogQuery *query, MergeState &state, uint32_t slot, uint32_t *k
             break;
         case ZELKLOG_RC_FAILURE:  // stays in the list, empty, and is tried by every pick
             reportUnopenable(*entry);
-            state.slots[slot].waiting = 1;
-            state.waiting[(*kept)++] = slot;
+            state.leaveEmpty(slot, kept);
             return kFileUnopenable;
         default:
             break;
@@ -367,7 +380,8 @@ uint32_t mergePick(LogQuery *query, MergeState &state, LogFileEntry *first, LogF
         state.slots[slot].waiting = 0;
         if (state.slots[slot].entry == nullptr || slot == state.headSlot)
             continue;
-        passCode = fillSlot(query, state, slot, &kept);
+        if (uint32_t rc = fillSlot(query, state, slot, &kept); rc != zelk::read::kRcNoLogFile)
+            passCode = rc;
         const LogFileEntry *entry = state.slots[slot].entry;
         if (entry == nullptr || !zelkLogOs_isvalidfilehandle(&entry->file))
             continue;
@@ -411,6 +425,7 @@ uint32_t primeHeadByList(LogQuery *query, LogFileEntry **head)
     LogFileEntry *entry = query->currentFile;
     while (entry != nullptr && !isFull(entry)) {
         query->currentFile = entry;
+        const uint32_t before = rc;
         rc = readPending(query, entry);
         switch (rc) {
         case ZELKLOG_RC_OK:
@@ -420,6 +435,10 @@ uint32_t primeHeadByList(LogQuery *query, LogFileEntry **head)
             zelkLogFreeMsg(&entry->pending);
             *head = entry;
             return rc;
+        case zelk::read::kRcNoLogFile:
+            rc = before;
+            entry = query->currentFile;
+            break;
         case ZELKLOG_RC_END_OF_FILE:
             entry = query->currentFile;
             break;
@@ -449,12 +468,16 @@ LogFileEntry *fillSlotByList(LogQuery *query, LogFileEntry *previous, LogFileEnt
     for (;;) {
         LogFileEntry *successor = entry->next;
         query->currentFile = entry;
+        const uint32_t before = *passCode;
         uint32_t rc = readPending(query, entry);
         *passCode = rc;
         switch (rc) {
         case ZELKLOG_RC_OK:
             return entry;
+        case zelk::read::kRcNoLogFile:  // dropped unseen: no read
         case ZELKLOG_RC_END_OF_FILE:
+            if (rc == zelk::read::kRcNoLogFile)
+                *passCode = before;
             previous->next = successor;
             entry = successor;
             if (entry == nullptr || isFull(entry))

@@ -118,8 +118,10 @@ ZELKLOG_API uint32_t zelkLogRemoveProductCfg(uint64_t productId);
 /* Log files and raw records                                                 */
 /* ------------------------------------------------------------------------- */
 /* Builds the query's list of log files (query->currentFile) from the products' log
- * directories: oldest first by modification time, then name; hidden files and files
- * without a valid header are left out.
+ * directories: oldest first by modification time, then name; hidden files and anything
+ * but a regular file long enough for a header are left out.  No file is opened: every
+ * entry's format is 0 until its header has been read (ReadHeader, at the file's first
+ * open), and the reader drops a file whose header then proves invalid.
  *   array, count  the configuration records.
  *   query         the query, its tree built.
  * Codes: ZELKLOG_RC_OK, also when no file is found (empty list);
@@ -148,7 +150,8 @@ ZELKLOG_API uint32_t updateQueryForTZ(QueryNode *root, int64_t tzOffset);
  * ZELKLOG_RC_BAD_ARGUMENT for a null handle or path or another access.
  * Ownership: an open handle is closed with zelkLogOs_close. */
 ZELKLOG_API int zelkLogOs_open(LogOsFile *file, const char *path, int access, int mode);
-/* Closes a handle; a handle that is not open is accepted.
+/* Closes a handle; a handle that is not open is accepted.  The bytes read ahead into its
+ * area are dropped, and the pages wholly inside the area given back to the system.
  *   file  the handle, or null; fd is -1 afterwards.
  * Returns: 0; -1 when the system reports a failure (the handle is closed anyway). */
 ZELKLOG_API int zelkLogOs_close(LogOsFile *file);

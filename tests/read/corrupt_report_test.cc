@@ -57,6 +57,7 @@ TEST(CorruptReport, ExactOutput)
     zelk::test::appendRawRecord(directory + "b.log", "damaged frame");
     std::fstream(directory + "b.log", std::ios::in | std::ios::out | std::ios::ate).seekp(-1, std::ios::end)
         << 'd';
+    std::ofstream(directory + "c.txt") << std::string(1000, 'p');  // no log file: not reported
     ASSERT_EQ(zelkLogCreateQuery("PID = 1234", "en_US", &query), 0u);
     // The first file is open and partly read: the report must not disturb it.
     ZelkLogMsg record{};

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <fstream>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -41,13 +42,15 @@ struct Step {
     bool keep = false;
 };
 
-// Files listed oldest first; `removed`: the file deleted after the query was made (-1: none).
+// Files listed oldest first; `removed`: the file deleted after the query was made (-1: none);
+// `notLog`: the file that holds text instead of a log file's header (-1: none).
 struct Case {
     const char *what;
     std::vector<std::vector<RecordFields>> files;
     int removed;
     std::vector<Step> steps;
     int unopenableMessages;
+    int notLog = -1;
 };
 
 constexpr uint32_t kOk = ZELKLOG_RC_OK, kEnd = ZELKLOG_RC_END_OF_FILE, kDone = ZELKLOG_RC_NO_MORE_RECORDS,
@@ -55,18 +58,22 @@ constexpr uint32_t kOk = ZELKLOG_RC_OK, kEnd = ZELKLOG_RC_END_OF_FILE, kDone = Z
 
 TEST(SortedFetch, Sequences)
 {
-    // Records of the second file carry tids from 11 on.
+    // Records of the second file carry tids from 11 on, of the third from 21.  A file that
+    // proves no log file when first read is passed over unseen, whether at the head or in
+    // the pick: the codes are those of a query without it.
     const Case cases[] = {
-        {"equal times: the file nearer the head first",
-         {{at(5, 1)}, {at(5, 12)}},
+        {"equal times: the file nearer the head first; a first file that is no log file",
+         {{at(9, 9)}, {at(5, 11)}, {at(5, 22)}},
          -1,
-         {{kOk, 1}, {kEnd, 0}, {kOk, 12}, {kDone, 0}},
+         {{kOk, 11}, {kEnd, 0}, {kOk, 22}, {kDone, 0}},
+         0,
          0},
-        {"A 1,3 and B 2: B ends during the pick, 3 is handed out twice",
-         {{at(1, 1), at(3, 3)}, {at(2, 12)}},
+        {"A 1,3 and B 2 (C no log file): B ends during the pick, 3 is handed out twice",
+         {{at(1, 1), at(3, 3)}, {at(2, 12)}, {at(9, 29)}},
          -1,
          {{kOk, 1}, {kOk, 12}, {kEnd, 3, true}, {kOk, 3}, {kDone, 0}},
-         0},
+         0,
+         2},
         {"A 1 and B 2: A ends while B holds its record",
          {{at(1, 1)}, {at(2, 12)}},
          -1,
@@ -96,6 +103,10 @@ TEST(SortedFetch, Sequences)
             paths.push_back(config.logDirectory(7) + "f" + std::to_string(i) + ".log");
             zelk::test::writeLogFile(paths.back(), c.files[i], 1000 + static_cast<time_t>(i),
                                      ZELKLOG_FORMAT_10006, "host-" + std::to_string(i));
+            if (static_cast<int>(i) == c.notLog) {
+                std::ofstream(paths.back(), std::ios::trunc) << std::string(1000, 'p');
+                zelk::test::setModificationTime(paths.back(), 1000 + static_cast<time_t>(i));
+            }
         }
         LogQuery query;
         ASSERT_EQ(zelkLogCreateQuery("PID = 1234", "en_US", &query), 0u);

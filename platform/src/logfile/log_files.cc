@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <string>
 #include <tuple>
@@ -22,38 +21,14 @@ struct FoundFile {
     int64_t modifiedNs;
     std::string name;
     size_t directory;  // index into the list of directories
-    uint64_t format;
     uint64_t device;
     uint64_t inode;
 };
 
-// Reads the header of a listed name and records the file if it is a log file with a
-// valid header.  One open, one fstat, one read and one close per file: the name is
-// opened without waiting (a FIFO, a device) and the descriptor only read with pread, so
-// its mode is never changed back to blocking.
-void checkFile(int directoryFd, const char *name, size_t index, std::vector<FoundFile> &found)
-{
-    int fd;
-    do {
-        fd = ::openat(directoryFd, name, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-    } while (fd < 0 && errno == EINTR);
-    if (fd < 0)
-        return;
-    struct stat info;
-    uint64_t format = 0;
-    if (fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && info.st_size >= off_t(kHeaderSize)) {
-        ZelkLogFileHeader header;
-        uint32_t rc = readHeaderFromFd(fd, &header);
-        if (rc == ZELKLOG_RC_OK || rc == ZELKLOG_RC_HEADER_NOTICE)
-            format = header.format;
-    }
-    ::close(fd);
-    if (format == 0)
-        return;
-    int64_t modified = int64_t(info.st_mtim.tv_sec) * 1000000000 + info.st_mtim.tv_nsec;
-    found.push_back(FoundFile{modified, name, index, format, uint64_t(info.st_dev), uint64_t(info.st_ino)});
-}
-
+// Lists the directory's regular files that are long enough to hold a header.  One
+// fstatat per name, relative to the directory: no file is opened here.  Its header is
+// checked when it is first opened for reading (ReadNextLogFile), which drops a file whose
+// header is not valid as if it had never been listed; so every file is opened once.
 void scanDirectory(const std::string &path, size_t index, std::vector<FoundFile> &found)
 {
     int directoryFd = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -68,16 +43,14 @@ void scanDirectory(const std::string &path, size_t index, std::vector<FoundFile>
         // Hidden names are skipped: among them the files a writer is still creating.
         if (item->d_name[0] == '.' || std::strlen(item->d_name) >= sizeof(LogFileEntry::fileName))
             continue;
-        // A name the directory itself gives as a regular file is opened at once; anything
-        // else (a link, or a file system that does not tell) is looked at first, so that
-        // no device or FIFO is ever opened.
-        if (item->d_type != DT_REG) {
-            struct stat info;
-            if (fstatat(directoryFd, item->d_name, &info, 0) != 0 || !S_ISREG(info.st_mode) ||
-                info.st_size < off_t(kHeaderSize))
-                continue;
-        }
-        checkFile(directoryFd, item->d_name, index, found);
+        // Links are followed; a FIFO, a device or a directory is never listed (nor opened).
+        struct stat info;
+        if (fstatat(directoryFd, item->d_name, &info, 0) != 0 || !S_ISREG(info.st_mode) ||
+            info.st_size < off_t(kHeaderSize))
+            continue;
+        int64_t modified = int64_t(info.st_mtim.tv_sec) * 1000000000 + info.st_mtim.tv_nsec;
+        found.push_back(
+            FoundFile{modified, item->d_name, index, uint64_t(info.st_dev), uint64_t(info.st_ino)});
     }
     closedir(directory);
 }
@@ -119,7 +92,7 @@ LogFileEntry *newEntry(const FoundFile &file, const std::string &directory)
     if (entry == nullptr)
         return nullptr;
     entry->next = nullptr;
-    entry->format = file.format;
+    entry->format = 0;  // the header is checked and the format read at the first open
     entry->file.fd = -1;
     entry->file.readerState = 0;
     storeState(&entry->file, freshState());

@@ -68,7 +68,10 @@ bool Reader::attach()
     // handle's logical position with an empty buffer.
     off_t position = lseek(file_->fd, ahead > 0 ? -off_t(ahead) : 0, SEEK_CUR);
     s_.begin = s_.end = 0;
-    s_.chunk = kFirstChunk;
+    // The first read stays in the area's first page, which the entry's head already uses
+    // (unless little of it is left): a query over many files holds these bytes for every
+    // file while it reads one record of each.
+    s_.chunk = uint32_t(4096 - intoPage < 1024 ? 8192 - intoPage : 4096 - intoPage);
     if (position < 0) {
         s_.endOffset = -1;
         return false;
