@@ -70,7 +70,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         (viewed != ZELKLOG_RC_OK || !sameValues(quickView, view)))
         std::abort();
     quickStrings.restore();
-    if (std::memcmp(quick.buffer, data + 1, length + 1) != 0)
+    if (std::memcmp(quick.buffer, data + 1, length) != 0 || quick.buffer[length] != '\0')
         std::abort();
 
     const uint32_t decoded = zelkLogMsgUnserialize(&message, &record);

@@ -20,6 +20,39 @@ constexpr size_t kMaxPrefixDigits = 10;  // string lengths, counts, sizes, messa
 constexpr size_t kMaxNumberChars = 20;   // "u" and "9" values
 constexpr uint64_t kMaxWidth = 64;       // "9" and "C" widths
 
+// Eight digits at `p` (all inside the text) read as one word; false when any of the
+// eight is not a digit.
+inline bool eightDigits(const char *p, uint64_t *value)
+{
+    static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "digits are read as little-endian words");
+    uint64_t x;
+    std::memcpy(&x, p, sizeof x);
+    if (((x & 0xF0F0F0F0F0F0F0F0ull) | (((x + 0x0606060606060606ull) & 0xF0F0F0F0F0F0F0F0ull) >> 4)) !=
+        0x3333333333333333ull)
+        return false;
+    x -= 0x3030303030303030ull;
+    x = x * 10 + (x >> 8);
+    *value = ((x & 0x000000FF000000FFull) * (100 + (1000000ull << 32)) +
+              ((x >> 16) & 0x000000FF000000FFull) * (1 + (10000ull << 32))) >>
+             32;
+    return true;
+}
+
+// shortDigitRun for a long run (a time): its first eight digits at once.
+inline const char *longDigitRun(const char *p, const char *end, size_t maxDigits, uint64_t *value)
+{
+    uint64_t number = 0;
+    if (end - p <= 8 || *p < '1' || *p > '9' || !eightDigits(p, &number))
+        return shortDigitRun(p, maxDigits, value);
+    const char *q = p + 8;
+    while (isDigit(*q))
+        number = number * 10 + static_cast<uint64_t>(*q++ - '0');
+    if (static_cast<size_t>(q - p) > maxDigits)
+        return nullptr;
+    *value = number;
+    return q;
+}
+
 // A run of 1 to `maxDigits` digits led by 1 to 9 and ended by `separator`: its value and
 // the separator's position, or null.
 inline char *digitsThen(char *p, size_t maxDigits, char separator, uint64_t *value)
@@ -36,6 +69,17 @@ inline char *plainField(char *p, size_t maxDigits, uint64_t *value)
         return p[1] == ',' ? p + 1 : nullptr;
     }
     return digitsThen(p, maxDigits, ',', value);
+}
+
+// The time field: "0", or up to 18 digits, ended by ",".
+inline char *timeField(char *p, const char *end, int64_t *time)
+{
+    uint64_t value = 0;
+    const char *q = *p == '0' ? p + 1 : longDigitRun(p, end, 18, &value);  // 18 digits fit
+    if (q == nullptr || *q != ',')
+        return nullptr;
+    *time = static_cast<int64_t>(value);
+    return const_cast<char *>(q);
 }
 
 // `length` bytes that hold no NUL (they lie before the text's end) and are valid UTF-8.
@@ -216,7 +260,6 @@ bool readUsual(textMessage *message, ZelkLogMsg *view, InPlaceStrings *strings)
     view->marker = 1;
     view->kind = static_cast<uint32_t>(text[0] - '0');
     char *p = text + 1;
-    uint64_t time = 0;
     if (productId && (p = plainField(p + 1, 19, &view->productId)) == nullptr)
         return false;
     if ((p = plainField(p + 1, 19, &view->originatorId)) == nullptr)
@@ -224,9 +267,8 @@ bool readUsual(textMessage *message, ZelkLogMsg *view, InPlaceStrings *strings)
     if (fileId && (p = plainField(p + 1, 19, &view->fileId)) == nullptr)
         return false;
     if ((p = plainField(p + 1, 19, &view->auxNumber)) == nullptr ||
-        (p = plainField(p + 1, 18, &time)) == nullptr)  // 18 digits fit a signed time
+        (p = timeField(p + 1, end, &view->timeMs)) == nullptr)
         return false;
-    view->timeMs = static_cast<int64_t>(time);
     if ((p = plainField(p + 1, 19, &view->pid)) == nullptr ||
         (p = plainField(p + 1, 19, &view->tid)) == nullptr ||
         (p = stringField(p, end, &view->contextToken, strings)) == nullptr ||
