@@ -83,16 +83,19 @@ inline char *timeField(char *p, const char *end, int64_t *time)
 }
 
 // `length` bytes that hold no NUL (they lie before the text's end) and are valid UTF-8.
-// Pure ASCII is decided sixteen bytes at a time; anything else goes to the full check.
-inline bool validText(const char *data, size_t length)
+// Pure ASCII is decided sixteen bytes at a time (a short text is read as one block when
+// the text goes on long enough behind it); anything else goes to the full check.
+inline bool validText(const char *data, size_t length, const char *end)
 {
+    const auto block = [](const char *at) { return _mm_loadu_si128(reinterpret_cast<const __m128i *>(at)); };
     bool ascii;
     if (length >= 16) {
         __m128i any = _mm_setzero_si128();
         for (size_t i = 0; i + 16 <= length; i += 16)
-            any = _mm_or_si128(any, _mm_loadu_si128(reinterpret_cast<const __m128i *>(data + i)));
-        any = _mm_or_si128(any, _mm_loadu_si128(reinterpret_cast<const __m128i *>(data + length - 16)));
-        ascii = _mm_movemask_epi8(any) == 0;
+            any = _mm_or_si128(any, block(data + i));
+        ascii = _mm_movemask_epi8(_mm_or_si128(any, block(data + length - 16))) == 0;
+    } else if (end - data >= 16) {
+        ascii = (_mm_movemask_epi8(block(data)) & ((1u << length) - 1)) == 0;
     } else {
         unsigned char any = 0;
         for (size_t i = 0; i < length; ++i)
@@ -104,7 +107,8 @@ inline bool validText(const char *data, size_t length)
 
 // A string field behind the separator at `separator`: "0:" (empty, *out untouched) or
 // digits ":" bytes ",".  Returns the position the next field steps over, or null.
-inline char *stringField(char *separator, char *end, char **out, InPlaceStrings *strings)
+[[gnu::always_inline]] inline char *stringField(char *separator, char *end, char **out,
+                                                InPlaceStrings *strings)
 {
     char *prefix = separator + 1;
     if (prefix[0] == '0')
@@ -114,7 +118,7 @@ inline char *stringField(char *separator, char *end, char **out, InPlaceStrings 
     if (colon == nullptr)
         return nullptr;
     char *data = colon + 1;
-    if (length >= static_cast<uint64_t>(end - data) || data[length] != ',' || !validText(data, length) ||
+    if (length >= static_cast<uint64_t>(end - data) || data[length] != ',' || !validText(data, length, end) ||
         !strings->remember(data + length))
         return nullptr;
     data[length] = '\0';
@@ -127,13 +131,13 @@ inline char *plainIntegerField(char *p, int32_t *value)
 {
     if (!isDigit(*p))
         return nullptr;
-    long number = 0;
+    uint64_t number = 0;  // a longer run wraps around harmlessly: it is refused below
     char *q = p;
     while (isDigit(*q))
-        number = number * 10 + (*q++ - '0');
+        number = number * 10 + static_cast<uint64_t>(*q++ - '0');
     if (q - p > 18 || *q != ',')
         return nullptr;
-    *value = static_cast<int32_t>(number);
+    *value = static_cast<int32_t>(static_cast<long>(number));
     return q;
 }
 
@@ -201,7 +205,7 @@ inline bool argumentSection(char *p, char *end, ZelkLogMsgArgList *list)
         case 'A':
         case '1':
             p = countedField(p, end, &data, &length);
-            if (p != nullptr && !validText(data, length))
+            if (p != nullptr && !validText(data, length, end))
                 return false;
             break;
         case 'i':
