@@ -256,6 +256,30 @@ int Reader::next(textMessage *message)
     }
 }
 
+// The usual call: the buffer still holds the bytes the last call left (the handle's
+// count agrees) and they begin with a whole, valid frame.  Delivers it exactly as
+// attach() and next() would; false, with nothing changed, for every other case.
+bool nextBufferedFrame(LogOsFile *file, textMessage *message)
+{
+    ReadState s = loadState(file);
+    const int32_t ahead = file->readerState;
+    if (s.magic != kReadStateMagic || ahead < int32_t(kFrameHeader) || s.endOffset < 0 ||
+        s.end > kDataCapacity || s.begin > s.end || uint32_t(ahead) != s.end - s.begin)
+        return false;
+    const unsigned char *p = reinterpret_cast<const unsigned char *>(file->area) + kStateSize + s.begin;
+    const size_t length = load16(p + 2);
+    if (p[0] != kFrameMark0 || p[1] != kFrameMark1 || length == 0 || length > kMaxText ||
+        size_t(ahead) < kFrameHeader + length || load32(p + 4) != frameChecksum(p + kFrameHeader, length))
+        return false;
+    std::memcpy(message->buffer, p + kFrameHeader, length);
+    message->buffer[length] = '\0';
+    message->text = message->buffer;
+    s.begin += uint32_t(kFrameHeader + length);
+    file->readerState = int32_t(s.end - s.begin);
+    storeState(file, s);
+    return true;
+}
+
 }  // namespace
 }  // namespace zelk::core::logfile
 
@@ -268,6 +292,8 @@ ZELKLOG_API int readrecord(LogOsFile *file, textMessage *message)
 {
     if (file == nullptr || message == nullptr || file->fd < 0)
         return 0;
+    if (zelk::core::logfile::nextBufferedFrame(file, message))
+        return 1;
     zelk::core::logfile::Reader reader(file);
     if (!reader.attach()) {
         reader.detach();
