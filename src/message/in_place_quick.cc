@@ -20,6 +20,23 @@ constexpr size_t kMaxPrefixDigits = 10;  // string lengths, counts, sizes, messa
 constexpr size_t kMaxNumberChars = 20;   // "u" and "9" values
 constexpr uint64_t kMaxWidth = 64;       // "9" and "C" widths
 
+// shortDigitRun with one subtraction per digit for both its test and its value.
+inline const char *digitRun(const char *p, size_t maxDigits, uint64_t *value)
+{
+    uint64_t number = static_cast<unsigned char>(*p) - uint64_t{'1'};
+    if (number > 8)
+        return nullptr;
+    ++number;
+    const char *q = p + 1;
+    // A longer run wraps around harmlessly: it is refused once its length is known.
+    for (uint64_t digit; (digit = static_cast<unsigned char>(*q) - uint64_t{'0'}) < 10; ++q)
+        number = number * 10 + digit;
+    if (static_cast<size_t>(q - p) > maxDigits)
+        return nullptr;
+    *value = number;
+    return q;
+}
+
 // Eight digits at `p` (all inside the text) read as one word; false when any of the
 // eight is not a digit.
 inline bool eightDigits(const char *p, uint64_t *value)
@@ -43,10 +60,10 @@ inline const char *longDigitRun(const char *p, const char *end, size_t maxDigits
 {
     uint64_t number = 0;
     if (end - p <= 8 || *p < '1' || *p > '9' || !eightDigits(p, &number))
-        return shortDigitRun(p, maxDigits, value);
+        return digitRun(p, maxDigits, value);
     const char *q = p + 8;
-    while (isDigit(*q))
-        number = number * 10 + static_cast<uint64_t>(*q++ - '0');
+    for (uint64_t digit; (digit = static_cast<unsigned char>(*q) - uint64_t{'0'}) < 10; ++q)
+        number = number * 10 + digit;
     if (static_cast<size_t>(q - p) > maxDigits)
         return nullptr;
     *value = number;
@@ -57,7 +74,7 @@ inline const char *longDigitRun(const char *p, const char *end, size_t maxDigits
 // the separator's position, or null.
 inline char *digitsThen(char *p, size_t maxDigits, char separator, uint64_t *value)
 {
-    const char *q = shortDigitRun(p, maxDigits, value);
+    const char *q = digitRun(p, maxDigits, value);
     return q != nullptr && *q == separator ? const_cast<char *>(q) : nullptr;
 }
 
@@ -133,8 +150,8 @@ inline char *plainIntegerField(char *p, int32_t *value)
         return nullptr;
     uint64_t number = 0;  // a longer run wraps around harmlessly: it is refused below
     char *q = p;
-    while (isDigit(*q))
-        number = number * 10 + static_cast<uint64_t>(*q++ - '0');
+    for (uint64_t digit; (digit = static_cast<unsigned char>(*q) - uint64_t{'0'}) < 10; ++q)
+        number = number * 10 + digit;
     if (q - p > 18 || *q != ',')
         return nullptr;
     *value = static_cast<int32_t>(static_cast<long>(number));
