@@ -20,15 +20,11 @@ constexpr size_t kMaxPrefixDigits = 10;  // string lengths, counts, sizes, messa
 constexpr size_t kMaxNumberChars = 20;   // "u" and "9" values
 constexpr uint64_t kMaxWidth = 64;       // "9" and "C" widths
 
-// shortDigitRun with one subtraction per digit for both its test and its value.
-inline const char *digitRun(const char *p, size_t maxDigits, uint64_t *value)
+// Reads on the digits from `q` into `number` for a run that began at `p`, with one
+// subtraction per digit for both its test and its value; ends the run as shortDigitRun
+// does (a longer run wraps around harmlessly: it is refused once its length is known).
+inline const char *endOfRun(const char *p, const char *q, uint64_t number, size_t maxDigits, uint64_t *value)
 {
-    uint64_t number = static_cast<unsigned char>(*p) - uint64_t{'1'};
-    if (number > 8)
-        return nullptr;
-    ++number;
-    const char *q = p + 1;
-    // A longer run wraps around harmlessly: it is refused once its length is known.
     for (uint64_t digit; (digit = static_cast<unsigned char>(*q) - uint64_t{'0'}) < 10; ++q)
         number = number * 10 + digit;
     if (static_cast<size_t>(q - p) > maxDigits)
@@ -37,22 +33,11 @@ inline const char *digitRun(const char *p, size_t maxDigits, uint64_t *value)
     return q;
 }
 
-// Eight digits at `p` (all inside the text) read as one word; false when any of the
-// eight is not a digit.
-inline bool eightDigits(const char *p, uint64_t *value)
+// shortDigitRun.
+inline const char *digitRun(const char *p, size_t maxDigits, uint64_t *value)
 {
-    static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "digits are read as little-endian words");
-    uint64_t x;
-    std::memcpy(&x, p, sizeof x);
-    if (((x & 0xF0F0F0F0F0F0F0F0ull) | (((x + 0x0606060606060606ull) & 0xF0F0F0F0F0F0F0F0ull) >> 4)) !=
-        0x3333333333333333ull)
-        return false;
-    x -= 0x3030303030303030ull;
-    x = x * 10 + (x >> 8);
-    *value = ((x & 0x000000FF000000FFull) * (100 + (1000000ull << 32)) +
-              ((x >> 16) & 0x000000FF000000FFull) * (1 + (10000ull << 32))) >>
-             32;
-    return true;
+    const uint64_t first = static_cast<unsigned char>(*p) - uint64_t{'0'};
+    return first - 1 < 9 ? endOfRun(p, p + 1, first, maxDigits, value) : nullptr;
 }
 
 // shortDigitRun for a long run (a time): its first eight digits at once.
@@ -61,13 +46,7 @@ inline const char *longDigitRun(const char *p, const char *end, size_t maxDigits
     uint64_t number = 0;
     if (end - p <= 8 || *p < '1' || *p > '9' || !eightDigits(p, &number))
         return digitRun(p, maxDigits, value);
-    const char *q = p + 8;
-    for (uint64_t digit; (digit = static_cast<unsigned char>(*q) - uint64_t{'0'}) < 10; ++q)
-        number = number * 10 + digit;
-    if (static_cast<size_t>(q - p) > maxDigits)
-        return nullptr;
-    *value = number;
-    return q;
+    return endOfRun(p, p + 8, number, maxDigits, value);
 }
 
 // A run of 1 to `maxDigits` digits led by 1 to 9 and ended by `separator`: its value and
