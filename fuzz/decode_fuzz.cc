@@ -3,7 +3,8 @@
 // Every record is released afterwards, so leaks and double releases surface as well.
 // The in-place reading that the fetches test records with is held against the decoder:
 // it must accept exactly the texts the decoder accepts, read the same values, and give
-// the text back unchanged.
+// the text back unchanged; its one-pass reading of the usual record may accept only
+// texts the general reading accepts, with the same values.
 #include "src/core/zelkLogCore.h"
 #include "src/message/in_place.h"
 
@@ -58,6 +59,19 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     view.format = record.format;
     zelk::message::InPlaceStrings strings;
     const uint32_t viewed = zelk::message::readInPlace(&inPlace, &view, &strings);
+    static textMessage quick;
+    init_text_msg(&quick);
+    std::memcpy(quick.buffer, message.buffer, length + 1);
+    static ZelkLogMsg quickView;
+    std::memset(&quickView, 0, sizeof quickView);
+    quickView.format = record.format;
+    zelk::message::InPlaceStrings quickStrings;
+    if (zelk::message::readInPlaceQuick(&quick, &quickView, &quickStrings) &&
+        (viewed != ZELKLOG_RC_OK || !sameValues(quickView, view)))
+        std::abort();
+    quickStrings.restore();
+    if (std::memcmp(quick.buffer, data + 1, length) != 0 || quick.buffer[length] != '\0')
+        std::abort();
 
     const uint32_t decoded = zelkLogMsgUnserialize(&message, &record);
     if ((viewed == ZELKLOG_RC_OK) != (decoded == ZELKLOG_RC_OK))

@@ -100,8 +100,12 @@ uint32_t readNextRecord(LogQuery *query, ZelkLogMsg *record, bool inPlace)
     ZelkLogMsg view;
     prepareView(*entry, &view);
     zelk::message::InPlaceStrings strings;
-    if (zelk::message::readInPlace(&message, &view, &strings) == ZELKLOG_RC_OK &&
-        view.kind != ZELKLOG_MSG_CTX) {
+    bool readable = zelk::message::readInPlaceQuick(&message, &view, &strings);
+    if (!readable) {
+        prepareView(*entry, &view);
+        readable = zelk::message::readInPlace(&message, &view, &strings) == ZELKLOG_RC_OK;
+    }
+    if (readable && view.kind != ZELKLOG_MSG_CTX) {
         // The view carries every value the evaluator reads, so its verdict is the record's.
         const bool matches = IsTrueCondition(&view, query) != 0;
         strings.restore();

@@ -232,6 +232,39 @@ int resultOf(const ZelkLogMsg *record, const QueryNode *node, SlotReader slotOf,
     }
 }
 
+// One evaluation: operator nodes are worked out in post-order, left operand first, and
+// numbered 1, 2, ... as they are; a slot counts only once the walk has numbered that far.
+struct Walk {
+    const ZelkLogMsg *record;
+    int32_t *results;
+    uint32_t counter;
+    uint8_t contextAllSeen;
+
+    // Works out `node` at `depth` below the root after its operator operands; false when
+    // the tree does not fit the slots or the depth.
+    bool workOut(QueryNode *node, int depth)
+    {
+        if (!workOutOperand(node->left, depth) || !workOutOperand(node->right, depth))
+            return false;
+        if (counter + 1 >= static_cast<uint32_t>(kSlots))
+            return false;
+        const uint32_t worked = counter;
+        const int32_t *const slots = results;
+        const int result = resultOf(
+            record, node,
+            [slots, worked](const QueryNode *operand) { return slotOf(slots, operand, worked); },
+            &contextAllSeen);
+        results[++counter] = result + 1;
+        node->visitMark = counter;
+        return true;
+    }
+
+    bool workOutOperand(QueryNode *operand, int depth)
+    {
+        return !isOperatorNode(operand) || (depth + 1 < kSlots && workOut(operand, depth + 1));
+    }
+};
+
 }  // namespace
 
 extern "C" {
@@ -253,53 +286,14 @@ ZELKLOG_API int IsTrueCondition(ZelkLogMsg *record, LogQuery *query)
     // Written before read: slot 0 (leaves) now, every other slot as its node is numbered.
     int32_t results[kSlots];
     results[0] = 0;
-    // The path from the root, each node with the number of its operands already gone into.
-    struct Step {
-        QueryNode *node;
-        int operandsSeen;
-    };
-    Step stack[kSlots];
-    int depth = 0;
-    uint32_t counter = 0;
-    uint8_t contextAllSeen = 0;
-    const auto slotInWalk = [&results, &counter](const QueryNode *node) {
-        return slotOf(results, node, counter);
-    };
-
-    stack[0] = {root, 0};
-    for (;;) {
-        Step &step = stack[depth];
-        QueryNode *next = nullptr;
-        if (step.operandsSeen == 0) {
-            step.operandsSeen = 1;
-            next = isOperatorNode(step.node->left) ? step.node->left : nullptr;
-        } else if (step.operandsSeen == 1) {
-            step.operandsSeen = 2;
-            next = isOperatorNode(step.node->right) ? step.node->right : nullptr;
-        } else {
-            if (counter + 1 >= static_cast<uint32_t>(kSlots))
-                return 0;
-            const int result = resultOf(record, step.node, slotInWalk, &contextAllSeen);
-            ++counter;
-            results[counter] = result + 1;
-            step.node->visitMark = counter;
-            if (depth == 0)
-                break;
-            --depth;
-            continue;
-        }
-        if (next != nullptr) {
-            // A tree that does not fit the stack is not evaluated; the parser never builds one.
-            if (depth + 1 >= kSlots)
-                return 0;
-            stack[++depth] = {next, 0};
-        }
-    }
+    Walk walk{record, results, 0, 0};
+    if (!walk.workOut(root, 0))
+        return 0;  // a tree that does not fit; the parser never builds one
 
     const bool rootTrue = results[root->visitMark] == 2;
     if (record->kind == ZELKLOG_MSG_CTX) {
         UpdateContextTitleLink(query, record);
-        return (contextAllSeen != 0 && rootTrue) ? 1 : 0;
+        return (walk.contextAllSeen != 0 && rootTrue) ? 1 : 0;
     }
     return rootTrue ? 1 : 0;
 }

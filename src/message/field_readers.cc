@@ -42,25 +42,6 @@ template <Pass P> bool cutCommaField(TextCursor &cursor, bool first, const char 
 
 namespace {
 
-// The eight characters at `p` (all readable) as a number when every one is a digit.
-inline bool eightDigits(const char *p, uint64_t *value)
-{
-    uint64_t x;
-    std::memcpy(&x, p, 8);
-    if (((x & 0xF0F0F0F0F0F0F0F0ull) | (((x + 0x0606060606060606ull) & 0xF0F0F0F0F0F0F0F0ull) >> 4)) !=
-        0x3333333333333333ull)
-        return false;
-    if constexpr (__BYTE_ORDER__ != __ORDER_LITTLE_ENDIAN__)
-        x = __builtin_bswap64(x);
-    x -= 0x3030303030303030ull;
-    x = x * 10 + (x >> 8);
-    x = ((x & 0x000000FF000000FFull) * (100 + (1000000ull << 32)) +
-         ((x >> 16) & 0x000000FF000000FFull) * (1 + (10000ull << 32))) >>
-        32;
-    *value = x;
-    return true;
-}
-
 // The usual comma field: "0", or plain digits (at most `maxDigits`, the first not 0),
 // ended by "," or by the end of the text, read in one pass with no search.  False, with
 // the cursor unmoved, for anything else.

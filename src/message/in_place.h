@@ -22,6 +22,12 @@ namespace zelk::message {
 // released.
 uint32_t readInPlace(textMessage *message, ZelkLogMsg *view, InPlaceStrings *strings);
 
+// The same for the usual record in one straight pass: true when it has read the record
+// (the view filled and the strings terminated as readInPlace leaves them on success);
+// false when the text takes the general reading above (the text is restored, the view
+// may be partly filled and is prepared again before readInPlace).
+bool readInPlaceQuick(textMessage *message, ZelkLogMsg *view, InPlaceStrings *strings);
+
 }  // namespace zelk::message
 
 #endif

@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace zelk::message {
 
@@ -50,6 +51,25 @@ inline const char *shortDigitRun(const char *p, size_t maxDigits, uint64_t *valu
         return nullptr;
     *value = number;
     return q;
+}
+
+// The eight characters at `p` (all readable) as a number when every one is a digit.
+inline bool eightDigits(const char *p, uint64_t *value)
+{
+    uint64_t x;
+    std::memcpy(&x, p, 8);
+    if (((x & 0xF0F0F0F0F0F0F0F0ull) | (((x + 0x0606060606060606ull) & 0xF0F0F0F0F0F0F0F0ull) >> 4)) !=
+        0x3333333333333333ull)
+        return false;
+    if constexpr (__BYTE_ORDER__ != __ORDER_LITTLE_ENDIAN__)
+        x = __builtin_bswap64(x);
+    x -= 0x3030303030303030ull;
+    x = x * 10 + (x >> 8);
+    x = ((x & 0x000000FF000000FFull) * (100 + (1000000ull << 32)) +
+         ((x >> 16) & 0x000000FF000000FFull) * (1 + (10000ull << 32))) >>
+        32;
+    *value = x;
+    return true;
 }
 
 }  // namespace zelk::message

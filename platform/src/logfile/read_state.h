@@ -33,6 +33,9 @@ inline constexpr uint32_t kSetAside = 2u;
 // resumed at a saved position reads whole buffers at once (its unread bytes are kept
 // while it is set aside).
 inline constexpr uint32_t kFirstChunk = 4096;
+// A file read beyond this offset is long: it reads whole buffers from then on (a few of
+// the many small files of a rotated log never get there and keep their memory small).
+inline constexpr int64_t kLongFile = int64_t{1} << 20;
 inline constexpr size_t kStateSize = sizeof(ReadState);
 inline constexpr size_t kDataCapacity = sizeof(LogOsFile::area) - kStateSize;
 
