@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -62,6 +63,42 @@ TEST(ParseWithoutMemory, ReleasesWhatItBuilt)
         EXPECT_EQ(rc, ZELKLOG_RC_NO_MEMORY) << "request " << refused;
         EXPECT_EQ(root, nullptr);
     }
+}
+
+// Without memory for its bookkeeping, every merged pick walks the file list instead: the
+// same records and codes in the same order, ties going to the file nearer the head.
+TEST(MergedFetchWithoutBookkeeping, SameSequence)
+{
+    std::string sequences[2];
+    for (int refused = 0; refused < 2; ++refused) {
+        zelk::test::ConfigFixture config(zelk::test::billingProduct());
+        // Seconds per file (record tids 10 * file + 1, + 2); the last file goes away.
+        const std::vector<std::vector<int64_t>> times = {{5, 7}, {5, 6}, {1}};
+        for (size_t f = 0; f < times.size(); ++f) {
+            std::vector<zelk::test::RecordFields> records(times[f].size());
+            for (size_t r = 0; r < records.size(); ++r)
+                records[r].timeMs = times[f][r] * 1000, records[r].tid = 10 * f + r + 1;
+            zelk::test::writeLogFile(config.logDirectory(7) + "f" + std::to_string(f) + ".log", records,
+                                     static_cast<time_t>(1000 + f));
+        }
+        LogQuery query;
+        ASSERT_EQ(zelkLogCreateQuery("PID = 1234", "en_US", &query), 0u);
+        unlink((config.logDirectory(7) + "f2.log").c_str());
+        ::testing::internal::CaptureStderr();
+        for (uint32_t rc = 0, calls = 0; rc != ZELKLOG_RC_NO_MORE_RECORDS && calls < 20; ++calls) {
+            ZelkLogMsg *record = nullptr;
+            requestsLeft = refused != 0 ? 0 : -1;  // the first request: the bookkeeping
+            rc = zelkLogFetchNextSortedEntry(&query, &record);
+            requestsLeft = -1;
+            sequences[refused] +=
+                std::to_string(rc) + ":" + (record != nullptr ? std::to_string(record->tid) : "-") + " ";
+            if (record != nullptr)
+                zelkLogFreeMsg(record);
+        }
+        ::testing::internal::GetCapturedStderr();
+        zelkLogDestroyQuery(&query);
+    }
+    EXPECT_EQ(sequences[1], sequences[0]);
 }
 
 using Codes = std::set<uint32_t>;

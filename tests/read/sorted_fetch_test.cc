@@ -41,13 +41,15 @@ struct Step {
     bool keep = false;
 };
 
-// Files listed oldest first; `removed`: the file deleted after the query was made (-1: none).
+// Files listed oldest first; `removed`: the file deleted after the query was made (-1: none),
+// written again after step `restoredAfter` (-1: never).
 struct Case {
     const char *what;
     std::vector<std::vector<RecordFields>> files;
     int removed;
     std::vector<Step> steps;
     int unopenableMessages;
+    int restoredAfter = -1;
 };
 
 constexpr uint32_t kOk = ZELKLOG_RC_OK, kEnd = ZELKLOG_RC_END_OF_FILE, kDone = ZELKLOG_RC_NO_MORE_RECORDS,
@@ -76,6 +78,12 @@ TEST(SortedFetch, Sequences)
          {{other(1, 1), at(2, 2), other(4, 3)}, {other(1, 11), at(3, 12), other(5, 13)}},
          -1,
          {{0, 2}, {ZELKLOG_RC_END_OF_FILE, 0}, {0, 12}, {ZELKLOG_RC_NO_MORE_RECORDS, 0}},
+         0},
+        {"a file back after a pass that found it unopenable is read and set aside",
+         {{at(1, 1), at(3, 3)}, {at(4, 14)}, {at(2, 22)}},
+         1,
+         {{kOk, 1}, {kOk, 22}, {kEnd, 3}, {kEnd, 0}, {kOk, 14}, {kDone, 0}},
+         1,
          0},
         {"a record not released comes again",
          {{at(1, 1), at(3, 3)}, {at(2, 12)}},
@@ -109,6 +117,10 @@ TEST(SortedFetch, Sequences)
             EXPECT_EQ(rc, c.steps[i].code) << "step " << i;
             EXPECT_EQ(record == nullptr ? 0 : record->tid, c.steps[i].tid) << "step " << i;
             EXPECT_LE(zelk::test::openDescriptors(), descriptors + 1) << "step " << i << ": one file open";
+            if (static_cast<int>(i) == c.restoredAfter)
+                zelk::test::writeLogFile(paths[size_t(c.removed)], c.files[size_t(c.removed)],
+                                         1000 + c.removed, ZELKLOG_FORMAT_10006,
+                                         "host-" + std::to_string(c.removed));
             if (record != nullptr) {
                 // The header text of the record's own file travels with it.
                 EXPECT_EQ(std::string(record->fileHeaderText), "host-" + std::to_string(record->tid / 10));
