@@ -95,10 +95,13 @@ TEST(SortedFetch, Sequences)
         SCOPED_TRACE(c.what);
         zelk::test::ConfigFixture config(zelk::test::billingProduct());
         std::vector<std::string> paths;
+        auto write = [&](size_t i) {
+            zelk::test::writeLogFile(paths[i], c.files[i], 1000 + static_cast<time_t>(i),
+                                     ZELKLOG_FORMAT_10006, "host-" + std::to_string(i));
+        };
         for (size_t i = 0; i < c.files.size(); ++i) {
             paths.push_back(config.logDirectory(7) + "f" + std::to_string(i) + ".log");
-            zelk::test::writeLogFile(paths.back(), c.files[i], 1000 + static_cast<time_t>(i),
-                                     ZELKLOG_FORMAT_10006, "host-" + std::to_string(i));
+            write(i);
         }
         LogQuery query;
         ASSERT_EQ(zelkLogCreateQuery("PID = 1234", "en_US", &query), 0u);
@@ -113,9 +116,7 @@ TEST(SortedFetch, Sequences)
             EXPECT_EQ(record == nullptr ? 0 : record->tid, c.steps[i].tid) << "step " << i;
             EXPECT_LE(zelk::test::openDescriptors(), descriptors + 1) << "step " << i << ": one file open";
             if (static_cast<int>(i) == c.restoredAfter)
-                zelk::test::writeLogFile(paths[size_t(c.removed)], c.files[size_t(c.removed)],
-                                         1000 + c.removed, ZELKLOG_FORMAT_10006,
-                                         "host-" + std::to_string(c.removed));
+                write(static_cast<size_t>(c.removed));
             if (record != nullptr) {
                 // The header text of the record's own file travels with it.
                 EXPECT_EQ(std::string(record->fileHeaderText), "host-" + std::to_string(record->tid / 10));
