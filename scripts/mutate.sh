@@ -150,6 +150,9 @@ list_programs() {
     ctest --test-dir "$build" --show-only=json-v1 | perl -MJSON::PP -0777 -ne '
         my %seen;
         for my $test (@{decode_json($_)->{tests}}) {
+            # A plain C program cannot load the sanitizer-built library (the sanitizer
+            # build of CI leaves this test out too).
+            next if $test->{name} eq "install_consumers";
             my @command = @{$test->{command} // []};
             next unless @command;
             @command = ($command[0]) if grep { /^--gtest_filter=/ } @command;

@@ -1,5 +1,6 @@
-// Logging-core services behind message records: UTF-8 conversions, argument lists and
-// the release of hand-built records (decoded records are released by the decoder tests).
+// Logging-core services behind message records: UTF-8 conversions, argument lists, the
+// release of hand-built records (decoded records are released by the decoder tests) and
+// the comparison of query values.
 #include "src/core/zelkLogCore.h"
 
 #include <gtest/gtest.h>
@@ -87,6 +88,23 @@ TEST(FreeMessage, ReleasesPerKindAndClears)
     ZelkLogMsgArgList list{};
     EXPECT_EQ(zelkLisAddArg(&list, nullptr), ZELKLOG_RC_BAD_ARGUMENT);
     EXPECT_EQ(zelkLisAddArg(nullptr, &arg), ZELKLOG_RC_BAD_ARGUMENT);
+}
+
+// The comparison the core exports for query trees: signed values, truth values 0 and 1.
+TEST(CoreCompare, EveryOperatorAtItsBoundary)
+{
+    const struct {
+        int32_t op;
+        int64_t left, right;
+        int expected;
+    } cases[] = {
+        {LESS, -1, 0, 1},    {LESS, 0, 0, 0},     {LESSEQ, 0, 0, 1},    {LESSEQ, 1, 0, 0},
+        {GREATER, 0, -1, 1}, {GREATER, 0, 0, 0},  {GREATEREQ, 0, 0, 1}, {GREATEREQ, -1, 0, 0},
+        {EQUAL, 5, 5, 1},    {NOTEQUAL, 5, 5, 0}, {AND, 2, 0, 0},       {AND, 2, -1, 1},
+        {OR, 0, 0, 0},       {OR, 0, 3, 1},       {KEYWORDS, 1, 1, 0},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(eval(c.op, c.left, c.right), c.expected) << c.op << " " << c.left << " " << c.right;
 }
 
 }  // namespace

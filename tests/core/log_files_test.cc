@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
@@ -79,14 +80,19 @@ TEST(GetLogFiles, OldestFirstAcrossDirectoriesSkippingWhatCannotBeALogFile)
     EXPECT_EQ(truncate(one.file("short.log").c_str(), 100), 0);
     writeTexts(one.file(".hidden.log"), {"r"});
     mkdir(two.file("sub").c_str(), 0700);
+    // A link to a log file that holds only its header is listed under the link's name.
+    zelk::test::LogFile(two.file("sub/e.log"), ZELKLOG_FORMAT_10006).close();
+    zelk::test::setModificationTime(two.file("sub/e.log"), 400);
+    ASSERT_EQ(symlink(two.file("sub/e.log").c_str(), one.file("e.log").c_str()), 0);
 
     std::string oneNoSlash = one.path().substr(0, one.path().size() - 1);
     uint32_t code = 99;
     // The first directory is named twice (once without its "/"); a missing one is skipped.
     // By modification time, then name, then the order of the directories.
-    EXPECT_EQ(listFiles({oneNoSlash, two.file("missing/"), two.path(), one.path()}, &code),
-              (std::vector<std::string>{one.file("a.log"), two.file("a.log"), one.file("b.log"),
-                                        two.file("d.log"), one.file("c.log"), one.file("plain.txt")}));
+    EXPECT_EQ(
+        listFiles({oneNoSlash, two.file("missing/"), two.path(), one.path()}, &code),
+        (std::vector<std::string>{one.file("a.log"), two.file("a.log"), one.file("b.log"), two.file("d.log"),
+                                  one.file("c.log"), one.file("e.log"), one.file("plain.txt")}));
     EXPECT_EQ(code, 0u);
 }
 

@@ -42,14 +42,16 @@ struct Step {
     bool keep = false;
 };
 
-// Files listed oldest first; `removed`: the file deleted after the query was made (-1: none);
-// `notLog`: the file that holds text instead of a log file's header (-1: none).
+// Files listed oldest first; `removed`: the file deleted after the query was made (-1: none),
+// written again after step `restoredAfter` (-1: never); `notLog`: the file that holds text
+// instead of a log file's header (-1: none).
 struct Case {
     const char *what;
     std::vector<std::vector<RecordFields>> files;
     int removed;
     std::vector<Step> steps;
     int unopenableMessages;
+    int restoredAfter = -1;
     int notLog = -1;
 };
 
@@ -67,12 +69,14 @@ TEST(SortedFetch, Sequences)
          -1,
          {{kOk, 11}, {kEnd, 0}, {kOk, 22}, {kDone, 0}},
          0,
+         -1,
          0},
         {"A 1,3 and B 2 (C no log file): B ends during the pick, 3 is handed out twice",
          {{at(1, 1), at(3, 3)}, {at(2, 12)}, {at(9, 29)}},
          -1,
          {{kOk, 1}, {kOk, 12}, {kEnd, 3, true}, {kOk, 3}, {kDone, 0}},
          0,
+         -1,
          2},
         {"A 1 and B 2: A ends while B holds its record",
          {{at(1, 1)}, {at(2, 12)}},
@@ -83,6 +87,12 @@ TEST(SortedFetch, Sequences)
          {{other(1, 1), at(2, 2), other(4, 3)}, {other(1, 11), at(3, 12), other(5, 13)}},
          -1,
          {{0, 2}, {ZELKLOG_RC_END_OF_FILE, 0}, {0, 12}, {ZELKLOG_RC_NO_MORE_RECORDS, 0}},
+         0},
+        {"a file back after a pass that found it unopenable is read and set aside",
+         {{at(1, 1), at(3, 3)}, {at(4, 14)}, {at(2, 22)}},
+         1,
+         {{kOk, 1}, {kOk, 22}, {kEnd, 3}, {kEnd, 0}, {kOk, 14}, {kDone, 0}},
+         1,
          0},
         {"a record not released comes again",
          {{at(1, 1), at(3, 3)}, {at(2, 12)}},
@@ -99,10 +109,13 @@ TEST(SortedFetch, Sequences)
         SCOPED_TRACE(c.what);
         zelk::test::ConfigFixture config(zelk::test::billingProduct());
         std::vector<std::string> paths;
+        auto write = [&](size_t i) {
+            zelk::test::writeLogFile(paths[i], c.files[i], 1000 + static_cast<time_t>(i),
+                                     ZELKLOG_FORMAT_10006, "host-" + std::to_string(i));
+        };
         for (size_t i = 0; i < c.files.size(); ++i) {
             paths.push_back(config.logDirectory(7) + "f" + std::to_string(i) + ".log");
-            zelk::test::writeLogFile(paths.back(), c.files[i], 1000 + static_cast<time_t>(i),
-                                     ZELKLOG_FORMAT_10006, "host-" + std::to_string(i));
+            write(i);
             if (static_cast<int>(i) == c.notLog) {
                 std::ofstream(paths.back(), std::ios::trunc) << std::string(1000, 'p');
                 zelk::test::setModificationTime(paths.back(), 1000 + static_cast<time_t>(i));
@@ -120,6 +133,8 @@ TEST(SortedFetch, Sequences)
             EXPECT_EQ(rc, c.steps[i].code) << "step " << i;
             EXPECT_EQ(record == nullptr ? 0 : record->tid, c.steps[i].tid) << "step " << i;
             EXPECT_LE(zelk::test::openDescriptors(), descriptors + 1) << "step " << i << ": one file open";
+            if (static_cast<int>(i) == c.restoredAfter)
+                write(static_cast<size_t>(c.removed));
             if (record != nullptr) {
                 // The header text of the record's own file travels with it.
                 EXPECT_EQ(std::string(record->fileHeaderText), "host-" + std::to_string(record->tid / 10));
