@@ -156,8 +156,6 @@ void recycleMsg(ZelkLogMsg *record)
     }
     recycleList(kept, &record->args);
     std::memset(record, 0, offsetof(ZelkLogMsg, fileHeaderText));
-    record->fileHeaderText[0] = '\0';
-    record->logsetName[0] = '\0';
     record->kindData = ZelkLogMsgKindData{};
     record->args = ZelkLogMsgArgList{};
 }
