@@ -48,7 +48,8 @@ inline void releaseStale(LogFileEntry *entry)
 // clears it whole.
 template <size_t N> inline void clearText(char (&text)[N])
 {
-    std::memset(text, 0, strnlen(text, N));
+    if (text[0] != '\0')  // an unused text (the logset name of most files) costs no call
+        std::memset(text, 0, strnlen(text, N));
 }
 
 // Clears an empty slot before it is read into: a stale record is released; otherwise
