@@ -14,7 +14,6 @@
 #include <climits>
 #include <cstring>
 #include <cwchar>
-#include <string_view>
 #include <vector>
 
 namespace zelk::core {
@@ -251,13 +250,17 @@ bool appendSimplePieces(const MessageEntry &entry, ZelkLogMsgArgList const &list
     constexpr size_t kMaxPieces = 16;
     if (entry.pieces.size() > kMaxPieces)
         return false;
-    std::string_view values[kMaxPieces];
+    // The argument written behind each piece's literal (none: size 0), left uninitialised
+    // until measured.
+    const char *values[kMaxPieces];
+    size_t sizes[kMaxPieces];
     char digits[kMaxPieces][24];
     size_t pieces = 0;
     size_t total = 0;
     for (const MessageEntry::Piece &piece : entry.pieces) {
         const size_t i = pieces++;
         total += piece.literal.size();
+        sizes[i] = 0;
         if (piece.argument < 0)
             break;
         if (piece.argument >= count)
@@ -271,15 +274,17 @@ bool appendSimplePieces(const MessageEntry &entry, ZelkLogMsgArgList const &list
                     ++end;
                 if (*end != '\0')
                     return false;  // converted by ICU
-                values[i] = std::string_view(text, static_cast<size_t>(end - text));
+                values[i] = text;
+                sizes[i] = static_cast<size_t>(end - text);
             }
         } else if (const size_t length = piece.plainIntegers ? plainIntegerDigits(arg, digits[i]) : 0;
                    length != 0) {
-            values[i] = std::string_view(digits[i], length);
+            values[i] = digits[i];
+            sizes[i] = length;
         } else {
             return false;
         }
-        total += values[i].size();
+        total += sizes[i];
     }
     const size_t start = out.size();
     out.resize(start + total);
@@ -288,9 +293,9 @@ bool appendSimplePieces(const MessageEntry &entry, ZelkLogMsgArgList const &list
         const std::string &literal = entry.pieces[i].literal;
         std::memcpy(next, literal.data(), literal.size());
         next += literal.size();
-        if (!values[i].empty())  // an empty view may have no data
-            std::memcpy(next, values[i].data(), values[i].size());
-        next += values[i].size();
+        if (sizes[i] != 0)
+            std::memcpy(next, values[i], sizes[i]);
+        next += sizes[i];
     }
     return true;
 }
