@@ -397,7 +397,8 @@ uint32_t mergePick(LogQuery *query, MergeState &state, LogFileEntry *first, LogF
 {
     uint32_t passCode = ZELKLOG_RC_OK;
     uint32_t candidateOpen = kNone;  // a file read by this pick, open, and at the heap's top
-    std::sort(state.waiting, state.waiting + state.waitingCount);
+    if (state.waitingCount > 1)      // mostly one: the slot handed out last
+        std::sort(state.waiting, state.waiting + state.waitingCount);
     uint32_t kept = 0;
     const uint32_t count = state.waitingCount;
     for (uint32_t i = 0; i < count; ++i) {

@@ -394,7 +394,8 @@ uint32_t formatRecord(ZelkLogLocalizerList *localizers, ContextTitleEntry **titl
     } catch (...) {
         rc = ZELKLOG_RC_NO_MEMORY;
     }
-    RemoveAllLocalizers(&scratch);
+    if (scratch.first != nullptr)
+        RemoveAllLocalizers(&scratch);
     return rc;
 }
 
