@@ -286,9 +286,14 @@ bool appendSimplePieces(const MessageEntry &entry, ZelkLogMsgArgList const &list
         }
         total += sizes[i];
     }
+    // A short message is put together on the stack and appended at once (growing the line
+    // first would fill it with zeros); a longer one is written into the grown line.
+    char local[256];
     const size_t start = out.size();
-    out.resize(start + total);
-    char *next = &out[start];
+    if (total > sizeof local)
+        out.resize(start + total);
+    char *const first = total > sizeof local ? &out[start] : local;
+    char *next = first;
     for (size_t i = 0; i < pieces; ++i) {
         const std::string &literal = entry.pieces[i].literal;
         std::memcpy(next, literal.data(), literal.size());
@@ -297,6 +302,8 @@ bool appendSimplePieces(const MessageEntry &entry, ZelkLogMsgArgList const &list
             std::memcpy(next, values[i], sizes[i]);
         next += sizes[i];
     }
+    if (first == local)
+        out.append(local, total);
     return true;
 }
 
