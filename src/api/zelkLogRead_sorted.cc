@@ -20,6 +20,7 @@
 
 #include <algorithm>
 #include <cassert>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -34,12 +35,37 @@ inline bool isFull(const LogFileEntry *entry)
     return entry->pending.timeMs != 0;
 }
 
-// Before a read into an empty slot: a record whose time was 0 reads as empty but may
-// still own storage; release it so that reading over it leaks nothing.
+// A record whose time was 0 reads as empty but may still own storage; releasing it
+// (which clears it whole) makes reading over it leak nothing.
 inline void releaseStale(LogFileEntry *entry)
 {
     if (entry->pending.marker != 0)
         zelkLogFreeMsg(&entry->pending);
+}
+
+// Clears a text of the slot.  Past its end a slot's text is all zero (a cleared slot is
+// only ever written by copying a terminated text into it), so clearing up to the end
+// clears it whole.
+template <size_t N> inline void clearText(char (&text)[N])
+{
+    if (text[0] != '\0')  // an unused text (the logset name of most files) costs no call
+        std::memset(text, 0, strnlen(text, N));
+}
+
+// Clears an empty slot before it is read into: a stale record is released; otherwise
+// the members are cleared, and of the two long texts only what they hold.
+inline void clearSlot(LogFileEntry *entry)
+{
+    if (entry->pending.marker != 0) {
+        zelkLogFreeMsg(&entry->pending);
+        return;
+    }
+    ZelkLogMsg *slot = &entry->pending;
+    std::memset(slot, 0, offsetof(ZelkLogMsg, fileHeaderText));
+    clearText(slot->fileHeaderText);
+    clearText(slot->logsetName);
+    slot->kindData = ZelkLogMsgKindData{};
+    slot->args = ZelkLogMsgArgList{};
 }
 
 // Reads the entry's next record into its slot, which starts cleared.  Read in place, a
@@ -47,8 +73,7 @@ inline void releaseStale(LogFileEntry *entry)
 // false it is decoded at once, cheaper when it is likely to match.
 inline uint32_t readPending(LogQuery *query, LogFileEntry *entry, bool inPlace = true)
 {
-    releaseStale(entry);
-    std::memset(&entry->pending, 0, sizeof entry->pending);
+    clearSlot(entry);
     return zelk::read::readNextRecord(query, &entry->pending, inPlace);
 }
 
@@ -372,7 +397,8 @@ uint32_t mergePick(LogQuery *query, MergeState &state, LogFileEntry *first, LogF
 {
     uint32_t passCode = ZELKLOG_RC_OK;
     uint32_t candidateOpen = kNone;  // a file read by this pick, open, and at the heap's top
-    std::sort(state.waiting, state.waiting + state.waitingCount);
+    if (state.waitingCount > 1)      // mostly one: the slot handed out last
+        std::sort(state.waiting, state.waiting + state.waitingCount);
     uint32_t kept = 0;
     const uint32_t count = state.waitingCount;
     for (uint32_t i = 0; i < count; ++i) {

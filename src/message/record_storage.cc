@@ -102,12 +102,28 @@ void recycleList(RecordStorage &kept, ZelkLogMsgArgList *list)
 
 }  // namespace
 
+namespace {
+
+// The thread's storage once made: a plain pointer needs no guard to be read, the storage
+// itself (released when the thread ends) does.
+thread_local RecordStorage *threadKept = nullptr;
+
+__attribute__((noinline)) RecordStorage &makeThreadStorage()
+{
+    thread_local RecordStorage kept;
+    threadKept = &kept;
+    return kept;
+}
+
+}  // namespace
+
 // Out of line: a caller asks once and keeps the reference, instead of looking up the
 // thread's storage at every use.
 __attribute__((noinline)) RecordStorage &threadStorage()
 {
-    thread_local RecordStorage kept;
-    return kept;
+    if (RecordStorage *kept = threadKept)
+        return *kept;
+    return makeThreadStorage();
 }
 
 ZelkLogMsgArg *takeArgument(RecordStorage &storage)
@@ -156,8 +172,6 @@ void recycleMsg(ZelkLogMsg *record)
     }
     recycleList(kept, &record->args);
     std::memset(record, 0, offsetof(ZelkLogMsg, fileHeaderText));
-    record->fileHeaderText[0] = '\0';
-    record->logsetName[0] = '\0';
     record->kindData = ZelkLogMsgKindData{};
     record->args = ZelkLogMsgArgList{};
 }

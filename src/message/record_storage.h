@@ -31,8 +31,8 @@ ZelkLogMsgArg **takeSlots(RecordStorage &storage);
 char *takeString(RecordStorage &storage, size_t bytes);
 
 // Releases what `record` owns as zelkLogFreeMsg does, keeping the blocks that the decoder
-// takes again, and leaves it empty: all-zero but for the header and logset texts, of which
-// only the first character is cleared (a slot is cleared whole before it is read into).
+// takes again, and leaves it empty: all-zero but for the header and logset texts, which
+// the merged fetch clears before it reads into the slot again.
 // Only for records filled by zelkLogMsgUnserialize.
 void recycleMsg(ZelkLogMsg *record);
 

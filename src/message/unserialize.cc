@@ -5,6 +5,7 @@
 
 #include "src/message/argument_list.h"
 #include "src/message/field_readers.h"
+#include "src/message/number_rules.h"
 #include "src/message/record_storage.h"
 #include "src/message/text_cursor.h"
 #include "src/core/zelkLogCore.h"
@@ -50,22 +51,54 @@ bool layoutFor(uint64_t format, Layout *layout)
             return rc_;                                                                                      \
     } while (0)
 
+// An unsigned field of the head: the usual short one ("0", or up to 19 plain digits not
+// starting with 0, ended by ",") is read here when the record is built; every other
+// field, and every field of the Check pass, by readUnsignedField, which reads these the
+// same way.
+template <Pass P> inline uint32_t readUnsigned(TextCursor &cursor, bool first, uint64_t *value)
+{
+    if constexpr (P == Pass::Store) {
+        if (first || cursor.pos < cursor.end) {
+            char *p = first ? cursor.pos : cursor.pos + 1;  // readable: [pos, end] holds the NUL
+            if (p[0] == '0' && p[1] == ',') {
+                p[1] = '\0';
+                cursor.pos = p + 1;
+                *value = 0;
+                return ZELKLOG_RC_OK;
+            }
+            if (p[0] >= '1' && p[0] <= '9') {
+                uint64_t number = static_cast<uint64_t>(p[0] - '0');
+                char *q = p + 1;
+                while (isDigit(*q) && q - p < 19)
+                    number = number * 10 + static_cast<uint64_t>(*q++ - '0');
+                if (*q == ',') {
+                    *q = '\0';
+                    cursor.pos = q;
+                    *value = number;
+                    return ZELKLOG_RC_OK;
+                }
+            }
+        }
+    }
+    return readUnsignedField<P>(cursor, first, value);
+}
+
 template <Pass P> uint32_t readHead(TextCursor &cursor, const Layout &layout, ZelkLogMsg *record)
 {
     uint64_t kind = 0;
-    ZELK_READ(readUnsignedField<P>(cursor, true, &kind));
+    ZELK_READ(readUnsigned<P>(cursor, true, &kind));
     record->kind = static_cast<uint32_t>(kind);
     if (record->kind > ZELKLOG_MSG_AUDIT)
         return ZELKLOG_RC_FAILURE;
     if (layout.productId)
-        ZELK_READ(readUnsignedField<P>(cursor, false, &record->productId));
-    ZELK_READ(readUnsignedField<P>(cursor, false, &record->originatorId));
+        ZELK_READ(readUnsigned<P>(cursor, false, &record->productId));
+    ZELK_READ(readUnsigned<P>(cursor, false, &record->originatorId));
     if (layout.fileId)
-        ZELK_READ(readUnsignedField<P>(cursor, false, &record->fileId));
-    ZELK_READ(readUnsignedField<P>(cursor, false, &record->auxNumber));
+        ZELK_READ(readUnsigned<P>(cursor, false, &record->fileId));
+    ZELK_READ(readUnsigned<P>(cursor, false, &record->auxNumber));
     ZELK_READ(readSignedField<P>(cursor, &record->timeMs));
-    ZELK_READ(readUnsignedField<P>(cursor, false, &record->pid));
-    ZELK_READ(readUnsignedField<P>(cursor, false, &record->tid));
+    ZELK_READ(readUnsigned<P>(cursor, false, &record->pid));
+    ZELK_READ(readUnsigned<P>(cursor, false, &record->tid));
     ZELK_READ(readStringField<P>(cursor, &record->contextToken));
     ZELK_READ(readStringField<P>(cursor, &record->auxText));
     return ZELKLOG_RC_OK;
@@ -74,7 +107,7 @@ template <Pass P> uint32_t readHead(TextCursor &cursor, const Layout &layout, Ze
 template <Pass P> uint32_t readSeverity(TextCursor &cursor, ZelkLogMsg *record)
 {
     uint64_t severity = 0;
-    ZELK_READ(readUnsignedField<P>(cursor, false, &severity));
+    ZELK_READ(readUnsigned<P>(cursor, false, &severity));
     record->kindData.first.severity = static_cast<uint32_t>(severity);
     return ZELKLOG_RC_OK;
 }

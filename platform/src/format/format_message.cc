@@ -36,9 +36,19 @@ constexpr const char *kSeparator = " | ";
 
 // The line is built as UTF-8 in one buffer of the thread, kept between calls so that a
 // line costs no allocation but the caller's copy.
-std::string &lineBuffer()
+// The buffer once made is reached through a plain pointer, which needs no guard to be read.
+thread_local std::string *threadLine = nullptr;
+
+__attribute__((noinline)) std::string &makeLineBuffer()
 {
     thread_local std::string buffer;
+    threadLine = &buffer;
+    return buffer;
+}
+
+std::string &lineBuffer()
+{
+    std::string &buffer = threadLine != nullptr ? *threadLine : makeLineBuffer();
     buffer.clear();
     return buffer;
 }
@@ -384,7 +394,8 @@ uint32_t formatRecord(ZelkLogLocalizerList *localizers, ContextTitleEntry **titl
     } catch (...) {
         rc = ZELKLOG_RC_NO_MEMORY;
     }
-    RemoveAllLocalizers(&scratch);
+    if (scratch.first != nullptr)
+        RemoveAllLocalizers(&scratch);
     return rc;
 }
 

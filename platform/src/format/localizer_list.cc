@@ -209,9 +209,14 @@ MessageEntry *messageEntryFor(ZelkLogLocalizerList &list, Localizer &localizer, 
                               uint64_t messageId)
 {
     const std::pair<uint64_t, uint64_t> key{productId, messageId};
+    if (localizer.lastEntry != nullptr && localizer.lastKey == key)
+        return localizer.lastEntry;
     auto cached = localizer.messageFormats.find(key);
-    if (cached != localizer.messageFormats.end())
+    if (cached != localizer.messageFormats.end()) {
+        localizer.lastKey = key;
+        localizer.lastEntry = &cached->second;
         return &cached->second;
+    }
 
     const std::string *pattern = nullptr;
     for (Localizer *step = &localizer; step != nullptr && pattern == nullptr; step = parentOf(list, *step)) {
@@ -229,7 +234,10 @@ MessageEntry *messageEntryFor(ZelkLogLocalizerList &list, Localizer &localizer, 
         else
             makePieces(entry);
     }
-    return &localizer.messageFormats.emplace(key, std::move(entry)).first->second;
+    MessageEntry *made = &localizer.messageFormats.emplace(key, std::move(entry)).first->second;
+    localizer.lastKey = key;
+    localizer.lastEntry = made;
+    return made;
 }
 
 icu::MessageFormat *messageFormatFor(ZelkLogLocalizerList &list, Localizer &localizer, uint64_t productId,

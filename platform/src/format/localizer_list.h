@@ -77,6 +77,10 @@ struct Localizer {
     Localizer *lastFound = nullptr;
     // Message formatters by (product, message id); null for ids without a usable text.
     std::map<std::pair<uint64_t, uint64_t>, MessageEntry> messageFormats;
+    // The entry found last (records in a row mostly share their message); entries of the
+    // map stay where they are until the localiser goes.
+    std::pair<uint64_t, uint64_t> lastKey{0, 0};
+    MessageEntry *lastEntry = nullptr;
     std::unique_ptr<icu::NumberFormat> numberFormat;  // the locale's default, made on first use
 
     Localizer() = default;

@@ -12,6 +12,7 @@
 
 #include <charconv>
 #include <climits>
+#include <cstring>
 #include <cwchar>
 #include <vector>
 
@@ -202,7 +203,9 @@ void appendList(ZelkLogMsgArgList const &list, uint64_t productId, int depth,
 // An integer argument in plain decimal digits, for a format known to write it so; false
 // (nothing written) for other arguments and for unsigned values above the signed range,
 // which ICU formats as decimal numbers.
-bool appendPlainInteger(const ZelkLogMsgArg &arg, std::string &out)
+// The digits of an integer argument as appendPlainInteger writes them, into `digits`;
+// their count, or 0 when the argument is not written so.
+size_t plainIntegerDigits(const ZelkLogMsgArg &arg, char (&digits)[24])
 {
     int64_t value;
     switch (arg.type) {
@@ -222,11 +225,85 @@ bool appendPlainInteger(const ZelkLogMsgArg &arg, std::string &out)
         break;
     }
     default:
-        return false;
+        return 0;
     }
-    char digits[24];
     const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
-    out.append(digits, static_cast<size_t>(end - digits));
+    return static_cast<size_t>(end - digits);
+}
+
+bool appendPlainInteger(const ZelkLogMsgArg &arg, std::string &out)
+{
+    char digits[24];
+    const size_t length = plainIntegerDigits(arg, digits);
+    if (length == 0)
+        return false;
+    out.append(digits, length);
+    return true;
+}
+
+// The usual message: every argument an ASCII string without a format, or an integer that
+// its format writes in plain digits.  Its pieces are measured first and written into the
+// line grown once.  False, with `out` as it was, for any other message.
+bool appendSimplePieces(const MessageEntry &entry, ZelkLogMsgArgList const &list, int32_t count,
+                        std::string &out)
+{
+    constexpr size_t kMaxPieces = 16;
+    if (entry.pieces.size() > kMaxPieces)
+        return false;
+    // The argument written behind each piece's literal (none: size 0), left uninitialised
+    // until measured.
+    const char *values[kMaxPieces];
+    size_t sizes[kMaxPieces];
+    char digits[kMaxPieces][24];
+    size_t pieces = 0;
+    size_t total = 0;
+    for (const MessageEntry::Piece &piece : entry.pieces) {
+        const size_t i = pieces++;
+        total += piece.literal.size();
+        sizes[i] = 0;
+        if (piece.argument < 0)
+            break;
+        if (piece.argument >= count)
+            return false;
+        const ZelkLogMsgArg &arg = *list.args[piece.argument];
+        if (piece.format == nullptr && (arg.type == ZELKLOG_ARG_STRING || arg.type == ZELKLOG_ARG_XSTRING)) {
+            const char *text = arg.value.string;
+            if (text != nullptr) {
+                const char *end = text;
+                while (*end != '\0' && static_cast<unsigned char>(*end) < 0x80)
+                    ++end;
+                if (*end != '\0')
+                    return false;  // converted by ICU
+                values[i] = text;
+                sizes[i] = static_cast<size_t>(end - text);
+            }
+        } else if (const size_t length = piece.plainIntegers ? plainIntegerDigits(arg, digits[i]) : 0;
+                   length != 0) {
+            values[i] = digits[i];
+            sizes[i] = length;
+        } else {
+            return false;
+        }
+        total += sizes[i];
+    }
+    // A short message is put together on the stack and appended at once (growing the line
+    // first would fill it with zeros); a longer one is written into the grown line.
+    char local[256];
+    const size_t start = out.size();
+    if (total > sizeof local)
+        out.resize(start + total);
+    char *const first = total > sizeof local ? &out[start] : local;
+    char *next = first;
+    for (size_t i = 0; i < pieces; ++i) {
+        const std::string &literal = entry.pieces[i].literal;
+        std::memcpy(next, literal.data(), literal.size());
+        next += literal.size();
+        if (sizes[i] != 0)
+            std::memcpy(next, values[i], sizes[i]);
+        next += sizes[i];
+    }
+    if (first == local)
+        out.append(local, total);
     return true;
 }
 
@@ -240,6 +317,8 @@ bool appendPieces(const MessageEntry &entry, ZelkLogMsgArgList const &list, uint
     int32_t count = 0;
     while (list.args != nullptr && list.args[count] != nullptr)
         ++count;
+    if (appendSimplePieces(entry, list, count, out))
+        return true;
     for (const MessageEntry::Piece &piece : entry.pieces) {
         out += piece.literal;
         if (piece.argument < 0)
