@@ -6,6 +6,7 @@
 
 #include "tests/support/config_fixture.h"
 #include "tests/support/log_fixture.h"
+#include "tests/support/watchdog.h"
 
 #include <gtest/gtest.h>
 
@@ -19,6 +20,10 @@
 #include <string>
 
 namespace {
+
+// Creation (its parse) and removal take the common lock at every step: one left held
+// blocks the next step, and the case ends in seconds saying so.
+const char *const kCommonLock = "the common lock, which parsing and configuration removal take";
 
 long requestsLeft = -1;  // -1: never refuse
 
@@ -46,6 +51,7 @@ namespace {
 
 TEST(ParseWithoutMemory, ReleasesWhatItBuilt)
 {
+    zelk::test::Waiting waiting(kCommonLock, 10);
     const char *query = "PID = 1 && HOSTNAME BETWEEN 'a' && 'b' || PREVTIME = '1:00' && 'x' = SUBJECT || "
                         "TID BETWEEN 1 && 9 && WHO != 'w'";
     for (long refused = 0;; ++refused) {
@@ -150,6 +156,7 @@ protected:
 
 TEST_F(WithoutMemory, EveryStepAnswersItsCodesAndLeaksNothing)
 {
+    zelk::test::Waiting waiting(kCommonLock, 10);
     auto nothing = [](LogQuery &) {};
     auto created = [this](LogQuery &query) { create(query); };
     const Step steps[] = {

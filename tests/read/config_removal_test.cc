@@ -1,6 +1,7 @@
 // Removing a product, an originator or a logset, and the common lock around them.
 #include "tests/support/config_fixture.h"
 #include "tests/support/lock_probe.h"
+#include "tests/support/watchdog.h"
 #include "zelkLogRead.h"
 
 #include <gtest/gtest.h>
@@ -14,7 +15,13 @@ using zelk::test::ConfigFixture;
 using zelk::test::Names;
 using zelk::test::storeSections;
 
-TEST(Removal, OriginatorSections)
+// Every removal takes the common lock: one left held blocks the next removal, and the case
+// ends within seconds saying so instead of running into the program's own limit.
+class Removal : public ::testing::Test {
+    zelk::test::Waiting lock_{"the common lock, which every removal takes", 10};
+};
+
+TEST_F(Removal, OriginatorSections)
 {
     ConfigFixture config({{7, {"billing"}, "", {{112, {"main"}}, {5, {"worker"}}}}});
     config.setProperty(config.productStore(7), "112", "Names", "a section named 112");
@@ -27,7 +34,7 @@ TEST(Removal, OriginatorSections)
     EXPECT_TRUE(commonLockIsFree()) << "the common lock is still held";
 }
 
-TEST(Removal, InvalidArgumentsAndMissingStoresLeaveTheLockFree)
+TEST_F(Removal, InvalidArgumentsAndMissingStoresLeaveTheLockFree)
 {
     ConfigFixture config({{7, {"billing"}, "", {{5, {"worker"}}}}});
     const struct {
@@ -55,7 +62,7 @@ TEST(Removal, InvalidArgumentsAndMissingStoresLeaveTheLockFree)
     EXPECT_EQ(storeSections(config.productStore(7)), Names{"5"});
 }
 
-TEST(Removal, StoreThatCannotBeOpened)
+TEST_F(Removal, StoreThatCannotBeOpened)
 {
     ConfigFixture config({{7, {"billing"}, "", {{5, {"worker"}}}}});
     std::remove(config.productStore(7).c_str());
@@ -76,7 +83,7 @@ TEST(Removal, StoreThatCannotBeOpened)
 
 // A ".conf" anywhere in the store path, a directory name included, selects the flat form
 // ("LOGSET.<name>" sections of the product store); otherwise the sections of "<store>\LOGSET".
-TEST(Removal, LogSetSections)
+TEST_F(Removal, LogSetSections)
 {
     for (std::string storeName : {"p7.conf", "x.conf.d-prod7", "prod7"}) {
         SCOPED_TRACE(storeName);
@@ -95,7 +102,7 @@ TEST(Removal, LogSetSections)
     }
 }
 
-TEST(Removal, WholeProduct)
+TEST_F(Removal, WholeProduct)
 {
     ConfigFixture config({{7, {"billing"}, "", {{5, {"worker"}}}, "", "prod7"}, {12, {"shop"}}});
     std::string store = config.productStore(7);
@@ -107,7 +114,7 @@ TEST(Removal, WholeProduct)
     EXPECT_EQ(zelkLogRemoveProductAllCfg(7), ZELKLOG_RC_STORE_UNAVAILABLE);
 }
 
-TEST(Removal, ProductWhoseCoreConfigurationStays)
+TEST_F(Removal, ProductWhoseCoreConfigurationStays)
 {
     ConfigFixture config({{7, {"billing"}}});
     // A directory where the product's store should be: the core cannot remove it.
