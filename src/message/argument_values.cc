@@ -37,6 +37,9 @@ struct SizedToken {
     uint64_t prefix;
     const char *number;
     const char *numberEnd;
+    // The number's value when it is 1 to 18 digits starting with 1 to 9 (read while
+    // measuring the token), else 0: it then still has to be read.
+    uint64_t plainValue = 0;
 
     size_t numberChars() const { return static_cast<size_t>(numberEnd - number); }
 };
@@ -48,9 +51,14 @@ template <Pass P> uint32_t cutSizedToken(TextCursor &cursor, SizedToken *token)
     if (const char *colon = shortDigitRun(cursor.pos, kMaxPrefixChars, &token->prefix);
         colon != nullptr && *colon == ':') {
         char *bar = const_cast<char *>(colon) + 1;
-        bar += *bar == '-' ? 1 : 0;
-        while (isDigit(*bar))
-            ++bar;
+        if (const char *run = shortDigitRun(bar, 18, &token->plainValue); run != nullptr && *run == '|') {
+            bar = const_cast<char *>(run);
+        } else {
+            token->plainValue = 0;
+            bar += *bar == '-' ? 1 : 0;
+            while (isDigit(*bar))
+                ++bar;
+        }
         if (*bar == '|') {
             if constexpr (P == Pass::Store)
                 *bar = '\0';
@@ -73,8 +81,11 @@ template <Pass P> uint32_t cutSizedToken(TextCursor &cursor, SizedToken *token)
 template <Pass P> uint32_t readSignedSized(TextCursor &cursor, uint32_t type, ZelkLogMsgArg *arg)
 {
     SizedToken token;
-    if (cutSizedToken<P>(cursor, &token) != ZELKLOG_RC_OK ||
-        !readSigned64(token.number, token.numberEnd, &arg->value.sizedInt.value))
+    if (cutSizedToken<P>(cursor, &token) != ZELKLOG_RC_OK)
+        return ZELKLOG_RC_FAILURE;
+    if (token.plainValue != 0)
+        arg->value.sizedInt.value = static_cast<int64_t>(token.plainValue);
+    else if (!readSigned64(token.number, token.numberEnd, &arg->value.sizedInt.value))
         return ZELKLOG_RC_FAILURE;
     arg->type = type;
     arg->value.sizedInt.size = static_cast<uint16_t>(token.prefix);

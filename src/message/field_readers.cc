@@ -58,8 +58,16 @@ bool readPlainDigitsField(TextCursor &cursor, size_t maxDigits, uint64_t *value,
     char *after = nullptr;
     uint64_t number = 0;
     if (longRun && cursor.end - cursor.pos > 8 && *cursor.pos != '0' && eightDigits(cursor.pos, &number)) {
-        // A long field (a time) starts with eight digits taken at once; the rest one by one.
+        // A long field (a time) starts with eight digits taken at once, and so are the next
+        // up to eight when eight characters are there to read; the rest one by one.
+        static constexpr uint64_t kPowers[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
         char *q = cursor.pos + 8;
+        if (cursor.end - q >= 7) {  // [q, q + 8) is readable: the NUL at `end` included
+            uint64_t tail = 0;
+            const size_t digits = leadingDigits(q, &tail);
+            number = number * kPowers[digits] + tail;
+            q += digits;
+        }
         while (isDigit(*q))
             number = number * 10 + static_cast<uint64_t>(*q++ - '0');
         if (static_cast<size_t>(q - cursor.pos) > maxDigits)
@@ -149,7 +157,8 @@ template <Pass P> uint32_t readStringField(TextCursor &cursor, char **out)
         cursor.pos = data;
         return ZELKLOG_RC_OK;
     }
-    const long length = readLength(prefix, colon);
+    // A plain-digit prefix was read on the way to its ":"; anything else is read again.
+    const long length = run == colon ? static_cast<long>(quick) : readLength(prefix, colon);
     if (length <= 0)
         return ZELKLOG_RC_FAILURE;
     size_t bytes = static_cast<size_t>(length);

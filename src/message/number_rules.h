@@ -72,6 +72,31 @@ inline bool eightDigits(const char *p, uint64_t *value)
     return true;
 }
 
+// The digits that start the eight characters at `p` (all readable): how many (0 to 8),
+// and their value in `*value`.
+inline size_t leadingDigits(const char *p, uint64_t *value)
+{
+    static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "the first character is the low byte");
+    uint64_t x;
+    std::memcpy(&x, p, 8);
+    // A byte that is no digit keeps a non-zero byte here.  The +6 may carry out of a byte
+    // of 0xFA or more, but only into the bytes behind it, which are not counted then.
+    const uint64_t other =
+        ((x & 0xF0F0F0F0F0F0F0F0ull) | (((x + 0x0606060606060606ull) & 0xF0F0F0F0F0F0F0F0ull) >> 4)) ^
+        0x3333333333333333ull;
+    const size_t count = other == 0 ? 8 : static_cast<size_t>(__builtin_ctzll(other)) / 8;
+    if (count == 0)
+        return 0;
+    // The digits move to the top bytes and zeros lead them, which leaves their value.
+    x = (x - 0x3030303030303030ull) << (8 * (8 - count));
+    x = x * 10 + (x >> 8);
+    x = ((x & 0x000000FF000000FFull) * (100 + (1000000ull << 32)) +
+         ((x >> 16) & 0x000000FF000000FFull) * (1 + (10000ull << 32))) >>
+        32;
+    *value = x;
+    return count;
+}
+
 }  // namespace zelk::message
 
 #endif  // SRC_MESSAGE_NUMBER_RULES_H_
