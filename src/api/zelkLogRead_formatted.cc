@@ -50,19 +50,24 @@ ZELKLOG_API uint32_t zelkLogFetchNextFormattedMessage(LogQuery *query, uintptr_t
     // every record: ICU's lock and canonicalisation are skipped then.
     // uloc_getDefault takes ICU's lock: it is asked once when nothing changes.
     const char *current = uloc_getDefault();
-    if (locale != nullptr && std::strcmp(locale, current) != 0) {
+    const bool callersIsDefault = locale != nullptr && std::strcmp(locale, current) == 0;
+    if (locale != nullptr && !callersIsDefault) {
         UErrorCode status = U_ZERO_ERROR;
         uloc_setDefault(locale, &status);
         current = uloc_getDefault();
     }
-    // The formatter gets a copy, on the stack when it fits.
-    const size_t currentLength = std::strlen(current);
+    // The formatter gets the default's name as ICU writes it: the caller's own text when
+    // it is that already, else a copy (on the stack when it fits).
     char localBuffer[ULOC_FULLNAME_CAPACITY];
-    char *localeCopy = currentLength < sizeof localBuffer ? localBuffer : strdup(current);
-    if (localeCopy == localBuffer)
-        std::memcpy(localBuffer, current, currentLength + 1);
-    if (localeCopy == nullptr)
-        return ZELKLOG_RC_NO_MEMORY;  // before fetching: no record is lost
+    const char *localeCopy = locale;
+    if (!callersIsDefault) {
+        const size_t currentLength = std::strlen(current);
+        localeCopy = currentLength < sizeof localBuffer ? localBuffer : strdup(current);
+        if (localeCopy == localBuffer)
+            std::memcpy(localBuffer, current, currentLength + 1);
+        if (localeCopy == nullptr)
+            return ZELKLOG_RC_NO_MEMORY;  // before fetching: no record is lost
+    }
 
     ZelkLogMsg *record = nullptr;
     uint32_t rc = zelkLogFetchNextSortedEntry(query, &record);
@@ -77,8 +82,8 @@ ZELKLOG_API uint32_t zelkLogFetchNextFormattedMessage(LogQuery *query, uintptr_t
             *text = formatted;
         }
     }
-    if (localeCopy != localBuffer)
-        std::free(localeCopy);
+    if (localeCopy != locale && localeCopy != localBuffer)
+        std::free(const_cast<char *>(localeCopy));
     return rc;
 }
 
