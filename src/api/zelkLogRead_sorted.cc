@@ -53,7 +53,9 @@ template <size_t N> inline void clearText(char (&text)[N])
 }
 
 // Clears an empty slot before it is read into: a stale record is released; otherwise
-// the members are cleared, and of the two long texts only what they hold.
+// the members are cleared, and of the logset name only what it holds.  The header text
+// stays: it is its own file's, which the decoder and the evaluator never read, and it is
+// written again when the record is handed out.
 inline void clearSlot(LogFileEntry *entry)
 {
     if (entry->pending.marker != 0) {
@@ -62,10 +64,22 @@ inline void clearSlot(LogFileEntry *entry)
     }
     ZelkLogMsg *slot = &entry->pending;
     std::memset(slot, 0, offsetof(ZelkLogMsg, fileHeaderText));
-    clearText(slot->fileHeaderText);
     clearText(slot->logsetName);
     slot->kindData = ZelkLogMsgKindData{};
     slot->args = ZelkLogMsgArgList{};
+}
+
+// Gives the slot's record its file's header text, as copyText would write it.  Most
+// records of a file find it there already, left by the record before.
+inline void setHeaderText(LogFileEntry *entry)
+{
+    char(&target)[sizeof entry->pending.fileHeaderText] = entry->pending.fileHeaderText;
+    static_assert(sizeof entry->pending.fileHeaderText == sizeof entry->headerText);
+    const size_t length = strnlen(entry->headerText, sizeof target - 1);
+    if (target[length] == '\0' && std::memcmp(target, entry->headerText, length) == 0)
+        return;
+    clearText(target);
+    std::memcpy(target, entry->headerText, length);
 }
 
 // Reads the entry's next record into its slot, which starts cleared.  Read in place, a
@@ -614,8 +628,7 @@ ZELKLOG_API uint32_t zelkLogFetchNextSortedEntry(LogQuery *query, ZelkLogMsg **o
     if (best != nullptr) {
         assert(onlyWinnerOpen(query->currentFile, best));
         *out = &best->pending;
-        zelk::read::copyText(best->pending.fileHeaderText, sizeof best->pending.fileHeaderText,
-                             best->headerText, sizeof best->headerText);
+        setHeaderText(best);
     }
     if (query->currentFile == nullptr)
         return ZELKLOG_RC_NO_MORE_RECORDS;
