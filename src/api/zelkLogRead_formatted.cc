@@ -13,24 +13,6 @@ namespace {
 
 constexpr uint32_t kDefaultFlags = 0xF03;
 
-// Whether ICU can use `locale`.  Callers pass the same locale for every record, and
-// building an ICU locale to check it costs more than formatting the record: the last
-// locale found usable is remembered for the thread.
-bool usableLocaleCached(const char *locale)
-{
-    thread_local char lastUsable[ULOC_FULLNAME_CAPACITY] = "";
-    if (locale == nullptr)
-        return true;
-    if (lastUsable[0] != '\0' && std::strcmp(locale, lastUsable) == 0)
-        return true;
-    if (!zelk::time::usableLocale(locale))
-        return false;
-    const size_t length = std::strlen(locale);
-    if (length > 0 && length < sizeof lastUsable)
-        std::memcpy(lastUsable, locale, length + 1);
-    return true;
-}
-
 }  // namespace
 
 extern "C" {
@@ -39,19 +21,21 @@ ZELKLOG_API uint32_t zelkLogFetchNextFormattedMessage(LogQuery *query, uintptr_t
                                                       const char *locale, uint64_t flags, char **text)
 {
     // Without a place for the text a formatted record would be lost: refuse before fetching.
-    // A locale ICU cannot use must not become the process default: refuse it as well.
-    if (text == nullptr || !usableLocaleCached(locale))
+    if (text == nullptr)
         return ZELKLOG_RC_BAD_ARGUMENT;
     uint32_t formatFlags = static_cast<uint32_t>(flags);
     if (formatFlags == 0)
         formatFlags = kDefaultFlags;
-    // Stays in force for the whole process, as callers of this function expect.  Setting
-    // the default it already is changes nothing, and callers pass the same locale for
-    // every record: ICU's lock and canonicalisation are skipped then.
+    // The locale stays in force for the whole process, as callers of this function expect.
+    // Callers pass the same locale for every record: once it is the default (whose name ICU
+    // can use, being a locale's own), neither a check nor ICU's canonicalisation is needed.
     // uloc_getDefault takes ICU's lock: it is asked once when nothing changes.
     const char *current = uloc_getDefault();
     const bool callersIsDefault = locale != nullptr && std::strcmp(locale, current) == 0;
     if (locale != nullptr && !callersIsDefault) {
+        // A locale ICU cannot use must not become the process default: it is refused.
+        if (!zelk::time::usableLocale(locale))
+            return ZELKLOG_RC_BAD_ARGUMENT;
         UErrorCode status = U_ZERO_ERROR;
         uloc_setDefault(locale, &status);
         current = uloc_getDefault();
