@@ -8,16 +8,17 @@
 namespace zelk::core {
 namespace {
 
-// 0 when `fd` is a regular file, now in blocking mode; else the error.
-int keepRegular(int fd)
+// 0 when `fd`, opened with `flags` and O_NONBLOCK, is a regular file, now in blocking
+// mode; else the error.  F_SETFL takes only the status flags from `flags` (O_APPEND
+// among them), exactly those the descriptor was opened with, so it needs no F_GETFL.
+int keepRegular(int fd, int flags)
 {
     struct stat info;
     if (::fstat(fd, &info) != 0)
         return errno;
     if (!S_ISREG(info.st_mode))
         return EINVAL;
-    int status = ::fcntl(fd, F_GETFL);
-    if (status < 0 || ::fcntl(fd, F_SETFL, status & ~O_NONBLOCK) != 0)
+    if (::fcntl(fd, F_SETFL, flags & ~O_NONBLOCK) != 0)
         return errno;
     return 0;
 }
@@ -32,7 +33,7 @@ int openRegularFile(const char *path, int flags, int directoryFd)
     } while (fd < 0 && errno == EINTR);
     if (fd < 0)
         return -1;
-    if (int error = keepRegular(fd); error != 0) {
+    if (int error = keepRegular(fd, flags); error != 0) {
         ::close(fd);
         errno = error;
         return -1;
