@@ -53,22 +53,40 @@ inline const char *shortDigitRun(const char *p, size_t maxDigits, uint64_t *valu
     return q;
 }
 
-// The eight characters at `p` (all readable) as a number when every one is a digit.
-inline bool eightDigits(const char *p, uint64_t *value)
+// Eight characters loaded into a word, the first in the low byte: a non-zero byte where
+// the character is no digit.  The +6 may carry out of a byte of 0xFA or more, but only
+// into the bytes behind it, whose verdict then no longer counts.
+inline uint64_t nonDigitBytes(uint64_t x)
+{
+    return ((x & 0xF0F0F0F0F0F0F0F0ull) | (((x + 0x0606060606060606ull) & 0xF0F0F0F0F0F0F0F0ull) >> 4)) ^
+           0x3333333333333333ull;
+}
+
+// Eight digit values (0 to 9), the most significant in the low byte, as one number.
+inline uint64_t eightDigitValue(uint64_t x)
+{
+    x = x * 10 + (x >> 8);
+    return ((x & 0x000000FF000000FFull) * (100 + (1000000ull << 32)) +
+            ((x >> 16) & 0x000000FF000000FFull) * (1 + (10000ull << 32))) >>
+           32;
+}
+
+inline uint64_t loadEight(const char *p)
 {
     uint64_t x;
     std::memcpy(&x, p, 8);
-    if (((x & 0xF0F0F0F0F0F0F0F0ull) | (((x + 0x0606060606060606ull) & 0xF0F0F0F0F0F0F0F0ull) >> 4)) !=
-        0x3333333333333333ull)
-        return false;
     if constexpr (__BYTE_ORDER__ != __ORDER_LITTLE_ENDIAN__)
         x = __builtin_bswap64(x);
-    x -= 0x3030303030303030ull;
-    x = x * 10 + (x >> 8);
-    x = ((x & 0x000000FF000000FFull) * (100 + (1000000ull << 32)) +
-         ((x >> 16) & 0x000000FF000000FFull) * (1 + (10000ull << 32))) >>
-        32;
-    *value = x;
+    return x;
+}
+
+// The eight characters at `p` (all readable) as a number when every one is a digit.
+inline bool eightDigits(const char *p, uint64_t *value)
+{
+    const uint64_t x = loadEight(p);
+    if (nonDigitBytes(x) != 0)
+        return false;
+    *value = eightDigitValue(x - 0x3030303030303030ull);
     return true;
 }
 
@@ -76,24 +94,13 @@ inline bool eightDigits(const char *p, uint64_t *value)
 // and their value in `*value`.
 inline size_t leadingDigits(const char *p, uint64_t *value)
 {
-    static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "the first character is the low byte");
-    uint64_t x;
-    std::memcpy(&x, p, 8);
-    // A byte that is no digit keeps a non-zero byte here.  The +6 may carry out of a byte
-    // of 0xFA or more, but only into the bytes behind it, which are not counted then.
-    const uint64_t other =
-        ((x & 0xF0F0F0F0F0F0F0F0ull) | (((x + 0x0606060606060606ull) & 0xF0F0F0F0F0F0F0F0ull) >> 4)) ^
-        0x3333333333333333ull;
+    const uint64_t x = loadEight(p);
+    const uint64_t other = nonDigitBytes(x);
     const size_t count = other == 0 ? 8 : static_cast<size_t>(__builtin_ctzll(other)) / 8;
     if (count == 0)
         return 0;
     // The digits move to the top bytes and zeros lead them, which leaves their value.
-    x = (x - 0x3030303030303030ull) << (8 * (8 - count));
-    x = x * 10 + (x >> 8);
-    x = ((x & 0x000000FF000000FFull) * (100 + (1000000ull << 32)) +
-         ((x >> 16) & 0x000000FF000000FFull) * (1 + (10000ull << 32))) >>
-        32;
-    *value = x;
+    *value = eightDigitValue((x - 0x3030303030303030ull) << (8 * (8 - count)));
     return count;
 }
 
